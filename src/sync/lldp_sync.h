@@ -1,0 +1,19 @@
+// Stack synchronisation sender: mirrors remote records and statistics to the
+// other units of a stack.
+//
+// REQUIRES: lldpLock held by the caller of every function declared here.
+#pragma once
+
+#include <cstdint>
+
+#include "port/lldp_port.h"
+
+struct Msap;
+
+constexpr uint32_t LLDP_SYNC_DELETE = 1;
+constexpr uint32_t LLDP_SYNC_UPDATE = 2;
+
+// One remote record (action 2 add/update, 1 delete).
+uint32_t lldpSyncMsapSend(LldpPort* port, Msap* msap, uint32_t action);
+// The whole state to a new peer; doSend 0 does nothing.
+uint32_t lldpSyncAllSend(uint32_t unit, uint32_t doSend);
