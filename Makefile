@@ -28,6 +28,20 @@ run: build
 sanitize:
 	@$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DLLDP_SANITIZE=ON -DLLDP_BENCH=OFF"
 
+# Builds the fuzz targets with clang + ASan/UBSan/LSan and runs each for
+# FUZZ_SECONDS from its seed corpus (fuzz/corpus/<name>/); any finding fails.
+FUZZ_SECONDS ?= 60
+fuzz: deps
+	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -DLLDP_WERROR=ON -DLLDP_FUZZ=ON \
+	  -DLLDP_SANITIZE=ON -DLLDP_BENCH=OFF -DLLDP_LINUX=OFF >/dev/null
+	@cmake --build build-fuzz -j $(JOBS) --target $$(cd fuzz && ls *_fuzz.cpp 2>/dev/null | sed 's/\.cpp$$//')
+	@for f in fuzz/*_fuzz.cpp; do [ -e "$$f" ] || continue; n=$$(basename $$f .cpp); \
+	  mkdir -p build-fuzz/corpus/$$n; \
+	  echo "fuzz: $$n for $(FUZZ_SECONDS)s"; \
+	  build-fuzz/fuzz/$$n -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    build-fuzz/corpus/$$n $$( [ -d fuzz/corpus/$$n ] && echo fuzz/corpus/$$n ) 2>&1 | tail -n 5 \
+	    || exit 1; done
+
 bench: build
 	@for b in $(BUILD)/bench/*_bench; do [ -x "$$b" ] && "$$b"; done
 
