@@ -228,6 +228,44 @@ TEST_F(SimTest, CmdSyncCopiesOnlyBufferDescriptors) {
   EXPECT_EQ(sim::cmdSyncs()[1].value, 9u);
 }
 
+TEST_F(SimTest, SendsAreRecordedFromTheLinkLayerAddressUnlessRefused) {
+  int fd = zor_socket(ZOR_AF_PACKET, ZOR_SOCK_RAW, 0);
+  ASSERT_EQ(sim::frameSocket(), fd);
+  std::vector<uint8_t> frame = lldpFrame(60);
+  ZorSockAddrLl to{};
+  to.family = ZOR_AF_PACKET;
+  to.protocol = 0x88CC;
+  to.ifIndex = 12;
+  sim::advanceMs(2500);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), 60);
+  sim::setSendResult(-1, 1);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), -1);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), 60);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, 12), -1);  // short address
+  ASSERT_EQ(sim::sentFrames().size(), 2u);
+  const sim::SentFrame& f = sim::sentFrames()[0];
+  EXPECT_EQ(f.unit, 12u);
+  EXPECT_EQ(f.protocol, 0x88CC);
+  EXPECT_EQ(f.addr.size(), 20u);
+  EXPECT_EQ(f.bytes, frame);
+  EXPECT_EQ(f.atMs, 2500u);
+}
+
+TEST_F(SimTest, SemaphoreDepthCountsUnbalancedTakes) {
+  uint32_t sem = silCreateMSem(0);
+  ASSERT_NE(sem, 0u);
+  EXPECT_EQ(silTakeSem(sem, -1), 0);
+  EXPECT_EQ(silTakeSem(sem, -1), 0);
+  EXPECT_EQ(silGiveSem(sem), 0);
+  EXPECT_EQ(sim::semaphoreDepth(), 1);
+  EXPECT_EQ(silGiveSem(sem), 0);
+  EXPECT_NE(silGiveSem(sem), 0);  // nothing left to give
+  EXPECT_EQ(sim::semaphoreDepth(), 0);
+  EXPECT_EQ(silDeleteSem(sem), 0);
+  EXPECT_EQ(sim::liveSemaphores(), 0);
+  EXPECT_NE(silTakeSem(sem, -1), 0);
+}
+
 // Every platform call has a definition in the simulated platform.
 TEST(SimLink, EveryPlatformCallIsDefined) {
   const void* fns[] = {
