@@ -45,7 +45,7 @@ void emitLine(uint32_t module, const std::string& line, bool isLog) {
   gettimeofday(&tv, nullptr);
   tm t{};
   localtime_r(&tv.tv_sec, &t);
-  char stamp[40];
+  char stamp[64];
   std::snprintf(stamp, sizeof stamp, "%04d-%02d-%02d %02d:%02d:%02d.%03ld", t.tm_year + 1900,
                 t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec,
                 static_cast<long>(tv.tv_usec / 1000));
