@@ -124,19 +124,25 @@ capture() {
   sleep 0.5
 }
 
-# scapy_send NS DEV PYTHON-EXPR...: sends scapy frames (each expression one
-# frame) out of DEV in namespace NS.
+# scapy_send NS DEV < PYTHON: runs the Python text from standard input,
+# which sets `frames` to a list of scapy frames, and sends them out of DEV in
+# namespace NS. Helpers: tlv(type, bytes), lldpdu(chassis, port, ttl, *more)
+# and the constants LLDP_MC and BCAST.
 scapy_send() {
-  local ns=$1 dev=$2
-  shift 2
-  local frames
-  frames=$(IFS=,; echo "$*")
+  local ns=$1 dev=$2 body
+  body=$(cat)
   ip netns exec "$(nsname "$ns")" /usr/bin/python3 - "$dev" <<EOF || fail "scapy could not send"
-import sys, logging
+import sys, struct, logging
 logging.getLogger("scapy.runtime").setLevel(logging.ERROR)
 from scapy.all import Ether, Dot1Q, Raw, sendp
-from scapy.contrib.lldp import *
-frames = [$frames]
+LLDP_MC = "01:80:c2:00:00:0e"
+BCAST = "ff:ff:ff:ff:ff:ff"
+def tlv(t, v):
+    return bytes([(t << 1) | (len(v) >> 8), len(v) & 0xFF]) + v
+def lldpdu(chassis, port, ttl, *more):
+    return (tlv(1, b"\\x04" + chassis) + tlv(2, b"\\x05" + port) + tlv(3, struct.pack(">H", ttl))
+            + b"".join(more) + tlv(0, b""))
+$body
 sendp(frames, iface=sys.argv[1], verbose=False)
 EOF
 }
