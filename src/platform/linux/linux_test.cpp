@@ -18,7 +18,9 @@
 #include "platform/icm.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/sil.h"
+#include "platform/trap.h"
 #include "platform/zor_if.h"
+#include "platform/zor_socket.h"
 
 namespace {
 
@@ -449,6 +451,65 @@ TEST_F(LinuxPlatform, CommandSocketServesTheTable) {
   ASSERT_EQ(write(fd, junk, sizeof junk), 8);
   uint8_t c;
   EXPECT_EQ(read(fd, &c, 1), 0);
+  close(fd);
+  lnx::cmdSocketUnlink();
+}
+
+}  // namespace
+
+namespace {
+
+// Reads exactly n bytes or fails the test.
+std::vector<uint8_t> readN(int fd, size_t n) {
+  std::vector<uint8_t> b(n);
+  size_t got = 0;
+  while (got < n) {
+    const ssize_t r = read(fd, b.data() + got, n - got);
+    if (r <= 0) break;
+    got += static_cast<size_t>(r);
+  }
+  b.resize(got);
+  return b;
+}
+
+TEST_F(LinuxPlatform, SubscribersReceiveTrapsAndGroupMessages) {
+  const std::string path = "/tmp/lldp-linux-ev-" + std::to_string(getpid()) + ".sock";
+  lnx::optSet("host.cmdsocket", path);
+  ASSERT_EQ(icmProcTcpInit("testev", "/tmp/unused.socket", kTable, 4), 0);
+  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un sa{};
+  sa.sun_family = AF_UNIX;
+  std::snprintf(sa.sun_path, sizeof sa.sun_path, "%s", path.c_str());
+  ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa), 0);
+  lnx::CmdRequest sub;  // operation 0: subscribe
+  const auto req = lnx::cmdEncodeRequest(sub);
+  ASSERT_EQ(write(fd, req.data(), req.size()), static_cast<ssize_t>(req.size()));
+  const auto ack = readN(fd, lnx::kCmdReplyHeaderLen);
+  ASSERT_EQ(ack.size(), lnx::kCmdReplyHeaderLen);
+  EXPECT_EQ(u32At(ack, 8), 0u);
+
+  send_lldp_trap(2);
+  const uint8_t msg[56] = {1, 2, 3};
+  EXPECT_EQ(zorNetlinkSGrpSend(71, 0, msg, sizeof msg), 0);
+  const uint8_t chassis[6] = {0xA, 0xB, 0xC, 0xD, 0xE, 0xF};
+  send_lldpmed_trap(0, 9, 5, 7, 4, chassis, 6, 1, 3);
+
+  auto ev = readN(fd, 16);
+  ASSERT_EQ(ev.size(), 16u);
+  EXPECT_EQ(u32At(ev, 4), 16u);
+  EXPECT_EQ(u32At(ev, 8), 2u);   // LLDP trap
+  EXPECT_EQ(u32At(ev, 12), 2u);  // its reason
+  ev = readN(fd, 16 + 56);
+  ASSERT_EQ(ev.size(), 72u);
+  EXPECT_EQ(u32At(ev, 8), 1u);
+  EXPECT_EQ(u32At(ev, 12), 71u);
+  EXPECT_EQ(ev[16], 1);
+  ev = readN(fd, 16 + 28 + 6);
+  ASSERT_EQ(ev.size(), 50u);
+  EXPECT_EQ(u32At(ev, 0 + 8), 3u);
+  EXPECT_EQ(u32At(ev, 16 + 8), 5u);   // unit
+  EXPECT_EQ(u32At(ev, 16 + 20), 6u);  // chassis ID length
+  EXPECT_EQ(ev[49], 0xF);
   close(fd);
   lnx::cmdSocketUnlink();
 }
