@@ -12,6 +12,7 @@
 //    the other end.
 // Every record that crosses the contract (link-layer address, control
 // message, auxiliary data) is translated field by field, never cast.
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -38,7 +39,7 @@ enum class Kind { Frame, Event };
 std::mutex gSockLock;
 std::map<int, Kind> gKinds;
 int gFrameFd = -1;
-bool gAuxData = false;
+std::atomic<bool> gAuxData{false};
 
 // (ifindex, group address) -> reasons for membership.
 std::map<std::pair<uint32_t, std::vector<uint8_t>>, uint32_t> gGroups;
@@ -258,7 +259,12 @@ int zor_socket(int family, int type, int /*protocol*/) {
   if (family == ZOR_AF_PACKET && type == ZOR_SOCK_RAW) {
     const int fd = ::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETH_P_ALL));
     if (fd < 0) return -1;
-    if (attachLldpFilter(fd) < 0) {
+    // The kernel's auxiliary data is always asked for: without it a VLAN
+    // tag taken off by the kernel could not be put back. The agent's own
+    // switch (level 263, option 20) decides only whether it sees it.
+    const int on = 1;
+    if (attachLldpFilter(fd) < 0 ||
+        ::setsockopt(fd, SOL_PACKET, PACKET_AUXDATA, &on, sizeof on) < 0) {
       ::close(fd);
       return -1;
     }
@@ -316,10 +322,7 @@ int zor_setsockopt(int fd, int level, int name, const void* value, uint32_t valu
     return -1;
   }
   if (level == static_cast<int>(ZOR_SOL_PACKET) && name == static_cast<int>(ZOR_PACKET_AUXDATA)) {
-    const int on = iv ? 1 : 0;
-    if (::setsockopt(fd, SOL_PACKET, PACKET_AUXDATA, &on, sizeof on) < 0) return -1;
-    std::lock_guard<std::mutex> g(gSockLock);
-    gAuxData = on;
+    gAuxData = iv != 0;
     return 0;
   }
   if (level == ZOR_SOL_SOCKET && name == ZOR_SO_PKTFILTER_ADD) return filterRecord(value, valueLen, true);
