@@ -30,6 +30,7 @@ int lldpGetCapEnabled(uint8_t* buf, uint32_t* len);
 int lldpGetSysOid(uint8_t* buf, uint32_t* len);
 int lldpMedGetDevClass(uint32_t* devClass);
 int lldpMedGetPowerDeviceType(uint32_t* type);
+int lldpMedGetPdPowerSource(uint32_t* source);
 int lldpMedGetPdPowerPriority(uint32_t* prio);
 int lldpMedGetPdPowerValue(uint32_t* value);
 // Inventory strings: buf holds 32 bytes; *len receives the length.
@@ -50,7 +51,10 @@ int lldpPortGetIfName(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpPortGetAlias(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpPortGetDescr(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpPortGetPortIdType(uint32_t unit, uint32_t* subtype);
+// Port ID of the port's portIdSubtype; the second form names the subtype.
+// Always returns 0; *len is 0 when nothing could be read.
 int lldpPortGetPortId(const LldpPort* port, uint8_t* buf, uint32_t* len);
+int lldpPortGetPortId(uint32_t unit, uint32_t subtype, uint8_t* buf, uint32_t* len);
 
 int lldpDot1PortGetCapSupported(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpDot1PortGetPvid(uint32_t unit, uint32_t* pvid);
@@ -95,4 +99,4 @@ int lldpPrivPortGetCapDfltEnabled(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpCheckPoeStatus(uint32_t unit);  // 0 with PoE, -1 without
 
 // ---- Management address object identifier codec (lldp_oid.cpp) -----------
-// Signatures are settled by the codec's implementer; see lldp_oid.h.
+#include "local/lldp_oid.h"  // IWYU pragma: export

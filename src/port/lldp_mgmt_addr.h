@@ -19,3 +19,14 @@ struct lldpMgmtAddr {
   uint8_t* mgmtAddrPort;      // owned port bitmap (agent-wide records), or null
   uint32_t mgmtAddrPortLen;
 };
+
+struct LldpPort;
+
+// The management address a port advertises when it has none configured of
+// its own: the agent-wide configured address when the first one is not bound
+// to ports (returned as it is), else an address chosen from the platform's
+// interface and address tables, rebuilt on every call into the port's
+// sysMgmtAddrCache (the previous cached record is freed). Null when there is
+// none; the caller then advertises the port's MAC address.
+// REQUIRES: lldpLock held.
+lldpMgmtAddr* lldpPortGetLocalMgmtAddr(LldpPort* port);
