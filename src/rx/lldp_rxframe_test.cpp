@@ -55,7 +55,7 @@ std::vector<RejectCase> rejectCases() {
                "TLV has invalid length '8'.\r\n\tIt should be between 9 and 167 inclusive!\r\n"});
   v.push_back({"MgmtIpv4StringFour", Frame().head().tlv(8, {4, 1, 10, 0, 0, 2, 0, 0, 0, 1, 0}).end(), 3,
                badTlv, "management tlv too short received on port ge1 \r\n"});
-  v.push_back({"MgmtIpv6StringSixteen", Frame().head().tlv(8, [] { Bytes v{16, 2}; v.resize(20); return v; }()).end(), 3, badTlv,
+  v.push_back({"MgmtIpv6StringSixteen", Frame().head().tlv(8, [] { Bytes b{16, 2}; b.resize(20); return b; }()).end(), 3, badTlv,
                "management tlv too short received on port ge1 \r\n"});
   v.push_back({"MgmtOtherSubtypeOver32", Frame().head().tlv(8, Bytes(40, 33)).end(), 3, badTlv,
                "management tlv too short received on port ge1\r\n"});
