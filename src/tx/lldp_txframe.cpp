@@ -104,6 +104,7 @@ int txMgmtAddrWrite(LldpPort* port, uint8_t subtype, const uint8_t* addr, uint32
     return -1;
   }
   uint8_t* p = lldpTxTlvOpen(port, kTlvMgmtAddr, tlvLen);
+  if (p == nullptr) return -1;
   std::memset(p + 2, 0, need - 2);
   p[2] = static_cast<uint8_t>(a + 1);
   p[3] = subtype;
