@@ -313,6 +313,15 @@ TEST_F(TxBuild, OverflowRule) {
     EXPECT_TRUE(port->tx.flags & LLDP_TX_FLAG_OVERFLOW);
   }
   {
+    // A buffer left smaller than the mtu by a failed MTU change bounds the
+    // frame: nothing is written past it.
+    txtest::Port port(1522);
+    port->txSize = 64;
+    std::vector<uint8_t> guard(port->tx.frame + 64, port->tx.frame + 1522);
+    EXPECT_EQ(lldpMibConstrInfoLLDPDU(port.get()), 0u);
+    EXPECT_EQ(std::vector<uint8_t>(port->tx.frame + 64, port->tx.frame + 1522), guard);
+  }
+  {
     // A whole frame exactly as long as the mtu goes out; one byte less and
     // nothing goes out.
     txtest::Port big;

@@ -73,7 +73,8 @@ struct Port {
     p.mtu = mtu;
     p.msapList.next = p.msapList.prev = &p.msapList;
     std::memcpy(p.portMac, kPortMac.data(), 6);
-    p.tx.frame = static_cast<uint8_t*>(silMalloc(mtu < 64 ? 64 : mtu));
+    p.txSize = mtu < 64 ? 64 : mtu;
+    p.tx.frame = static_cast<uint8_t*>(silMalloc(p.txSize));
     p.portEnabled = 1;
     p.adminStatus = LLDP_ADMIN_TXRX;
     p.reinitDone = 1;
