@@ -103,25 +103,15 @@ TEST_F(EventTest, BufferIsWalkedMessageByMessage) {
 
 TEST_F(EventTest, InterfacesNotForTheAgentAreIgnored) {
   start();
-  addPort(1);
-  sim::setInt(sim::Svc::If, 1, 13, 1);  // not for this agent
-  deliver(registration(1));
-  EXPECT_EQ(lldpPortEntryGet(1), nullptr);
-
-  addPort(2);
-  sim::setIndexTrans(2, 5, 0, 1, 1, 3);  // status not usable
-  deliver(registration(2));
-  EXPECT_EQ(lldpPortEntryGet(2), nullptr);
-
-  addPort(3);
+  for (uint32_t u = 1; u <= 4; ++u) addPort(u);
+  sim::setInt(sim::Svc::If, 1, 13, 1);       // object 13: not for this agent
+  sim::setIndexTrans(2, 5, 0, 1, 1, 3);      // status not usable
   sim::setIndexTrans(3, 5, 0, 1, 1, 0, -1);  // translation fails
-  deliver(registration(3));
-  EXPECT_EQ(lldpPortEntryGet(3), nullptr);
-
-  addPort(4);
-  sim::setIndexTrans(4, 5, 0, 6, 1, 0);  // not an Ethernet port
-  deliver(registration(4));
-  EXPECT_EQ(lldpPortEntryGet(4), nullptr);
+  sim::setIndexTrans(4, 5, 0, 6, 1, 0);      // not an Ethernet port
+  for (uint32_t u = 1; u <= 4; ++u) {
+    deliver(registration(u));
+    EXPECT_EQ(lldpPortEntryGet(u), nullptr) << u;
+  }
 }
 
 TEST_F(EventTest, ManagementEthernetNeedsMethIfEnable) {

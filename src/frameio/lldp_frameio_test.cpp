@@ -79,19 +79,15 @@ TEST_F(FrameIoTest, PacketTraceIsExactAndGatedByItsMask) {
   EXPECT_EQ(sim::logLines()[0].level, 3u);
   EXPECT_EQ(sim::logLines()[3].text, "f0 f1 f2 f3 f4 f5 f6 f7 f8 f9 fa fb fc fd fe ff \r\n");
   EXPECT_EQ(sim::logLines()[4].text, "\r\nlen:32, print len:32\r\n" + sep);
-}
 
-TEST_F(FrameIoTest, DebugHexWritesOneRunAndALineEnd) {
+  // The plain hex dump: one run of bytes, then the line end at priority 1.
   sim::clearLogLines();
-  const Bytes b = {0x0A, 0xB0, 0xFF};
-  lldpDebugHex(b.data(), 3);
-  ASSERT_EQ(sim::logLines().size(), 4u);
-  EXPECT_EQ(sim::logLines()[0].text, "0a ");
-  EXPECT_EQ(sim::logLines()[2].text, "ff ");
-  EXPECT_EQ(sim::logLines()[2].priority, 3u);
-  EXPECT_EQ(sim::logLines()[3].text, "\r\n");
-  EXPECT_EQ(sim::logLines()[3].priority, 1u);
-  EXPECT_EQ(sim::logLines()[3].module, 0x3F50000u);
+  lldpDebugHex(g.data(), 2);
+  ASSERT_EQ(sim::logLines().size(), 3u);
+  EXPECT_EQ(sim::logLines()[1].text, "e1 ");
+  EXPECT_EQ(sim::logLines()[1].priority, 3u);
+  EXPECT_EQ(sim::logLines()[2].text, "\r\n");
+  EXPECT_EQ(sim::logLines()[2].priority, 1u);
 }
 
 // ---- Sending ---------------------------------------------------------------------
