@@ -50,23 +50,34 @@ void clearObject(Svc svc, uint32_t unit, uint32_t objId);
 // 78 (MTU, default 1522), 19 (link: 1 up), 13 (0: for the agent).
 void addInterface(uint32_t unit, const std::string& name, uint32_t ifIndex,
                   const std::vector<uint8_t>& mac, uint32_t mtu = 1522, bool linkUp = true);
+// Link object 19 reads 1 when up and 2 when down.
 void setLinkUp(uint32_t unit, bool up);
+// zorIfUnit2Name and zorIfIndex2Name answer interface object 3 (set by
+// addInterface or setString(Svc::If, unit, 3, ...)), cut to 63 bytes; a unit
+// without a name gets "" and -1. zorIfIndex2Name finds the unit through the
+// kind-3 translations. Strings read through a ZorOctets get a terminating
+// zero when the buffer has room for it (not counted in len).
+// Hardware scalars (Svc::Hw): 55 (transmit gate) and 54 (no stack peers)
+// read 1 while unset; every other unset object fails with -1.
 // zorIndexTrans answer for a unit and kind (overrides addInterface's).
 void setIndexTrans(uint32_t unit, uint32_t kind, uint32_t index, uint32_t ifType,
                    uint32_t portKind, uint32_t status, int rc = 0);
-void setSelfSysIndex(uint32_t index);
+void setSelfSysIndex(uint32_t index);  // default 1
 // zorIpGetFirst answers: the first entry whose family matches the query and
-// whose preference equals the query's is returned.
+// whose preference equals the query's is returned (an entry with a non-zero
+// unit is skipped by a query for another non-zero unit).
 void addIpAddress(uint8_t family, const std::vector<uint8_t>& addr, uint32_t preference,
                   uint32_t unit = 0);
 // zorHwilSlotGet / zorHwilCardGet answers by object id (value, rc).
 void setHwObject(uint32_t objId, uint32_t value, int rc = 0);
 
-// Every zorIfSetApi / zorProtoSetApi call, in order.
+// Every zorIfSetApi / zorProtoSetApi call, in order (value: the first four
+// bytes of the record the caller passed).
 struct IfSet {
   uint32_t unit;
   uint32_t objId;
   uint32_t value;  // the integer pointed to
+  bool proto;      // recorded by zorProtoSetApi rather than zorIfSetApi
 };
 const std::vector<IfSet>& ifSets();
 // Result code of zorIfSetApi for an object id (default 0).
@@ -76,6 +87,10 @@ void setIfSetResult(uint32_t objId, int rc);
 // zor_socket hands out descriptors from 3 upwards. The first packet socket
 // is the frame socket; the first netlink socket is the event socket.
 int openDescriptors();  // descriptors opened and not yet closed
+// The current frame and event sockets, -1 while none is open. Closing one
+// lets the next socket of its family take its place.
+int frameSocket();
+int eventSocket();
 struct SockOpt {
   int fd, level, name;
   std::vector<uint8_t> value;
@@ -97,7 +112,10 @@ struct SentFrame {
 };
 const std::vector<SentFrame>& sentFrames();
 void clearSentFrames();
-// Makes the next sends return `result` instead of the length (count < 0: all).
+// Makes the next sends return `result` instead of the length (count < 0: all;
+// count 0 cancels). A negative result records no frame; zor_sendto also
+// returns -1 without recording when the address is shorter than 20 bytes.
+// Sends on other sockets succeed and are not recorded.
 void setSendResult(long result, int count = -1);
 
 // Input for the agent: a frame queued on the frame socket (delivered by
@@ -108,6 +126,10 @@ void setSendResult(long result, int count = -1);
 void queueFrame(uint32_t unit, const std::vector<uint8_t>& bytes, bool withAux = true,
                 uint8_t auxByte16 = 0);
 void queueEvent(const std::vector<uint8_t>& msg);
+// zor_recvmsg (frame socket) and zor_recvfrom (event socket) return -1 when
+// their queue is empty or the descriptor is another one; both return the
+// bytes copied, cut to the caller's buffers, and fill the source address
+// (cut to its length, which is updated).
 size_t queuedFrames();
 size_t queuedEvents();
 
@@ -126,10 +148,13 @@ struct LogLine {
 };
 const std::vector<LogLine>& logLines();
 void clearLogLines();
-// All formatted text of debug traces joined, and a search helper.
+// Searches over every recorded line, debug traces and log lines alike.
 bool hasLine(const std::string& text);       // exact formatted text
 bool hasLineContaining(const std::string& part);
 size_t countLinesContaining(const std::string& part);
+// Recording on (default, and after reset) or off (for benchmarks that trace).
+// LLDP_SIM_VERBOSE in the environment also prints every line on stdout.
+void setLogRecording(bool on);
 
 struct Trap {
   bool med;
@@ -146,6 +171,8 @@ struct CmdSync {
   uint32_t value;              // word 0 as an integer
   std::vector<uint8_t> bytes;  // word 1 bytes from word 0's buffer, when ctl/len say so
 };
+// bytes are copied (ctl->valueLen of them) only when bit 0x80000000 of the
+// mode marks word 0 as a buffer, word 0 is not null and the length is not 0.
 const std::vector<CmdSync>& cmdSyncs();
 void setCmdSyncResult(int rc);  // default 0
 struct HwSet {
@@ -176,7 +203,9 @@ struct CmdServer {
 const std::vector<CmdServer>& cmdServers();
 
 // ---- Memory -----------------------------------------------------------------
-// Live silMalloc/silCalloc blocks and totals (pools count their storage).
+// Live silMalloc/silCalloc blocks and totals (pools count their storage),
+// counting only blocks allocated since the last reset(). A silFree of a
+// pointer that silMalloc did not return, or a double free, aborts.
 size_t liveAllocations();
 uint64_t totalAllocations();
 // The n-th allocation from now (1 = the next) returns nullptr; 0 cancels.
@@ -189,10 +218,18 @@ void failAllAllocations(bool on);
 // rc (the value the function returns; for silCreateTask a failure also stores
 // all ones in the task id; for silCreateMSem rc is ignored and 0 returned).
 // Names are the functions' own names, e.g. "zor_socket", "zor_bind",
-// "zor_setsockopt", "silTimerListInit" is not a platform call (common code).
+// "zor_setsockopt". The shared pool and timer-list calls (silMemPoolInit,
+// silMemPoolAlloc, silMemPoolFree, silMemPoolDestroy, silTimerListInit,
+// silTimerStart, silTimerStop, silTimerListNextTimeout, silTimerListCheck)
+// are counted and can be failed too (silMemPoolAlloc returns nullptr).
+// Functions without a result (silFree, silSleep, the logging calls, ...)
+// are only counted, except that a failed logging call records nothing and a
+// failed silSleep does not advance the clock. Clocks never fail. An unknown
+// name aborts the test program.
 void failCall(const std::string& function, uint64_t nth = 1, int rc = -1);
 // Every call of the function fails with rc until cleared.
 void failAlways(const std::string& function, int rc = -1);
+// Clears call failures and the allocation failures above.
 void clearFailures();
 // How many times a platform function was called since reset.
 uint64_t callCount(const std::string& function);
@@ -200,6 +237,8 @@ uint64_t callCount(const std::string& function);
 // ---- zor_select ------------------------------------------------------------
 // Never blocks: a queued frame or event makes its socket readable and the
 // call returns at once; otherwise the virtual clock advances by the timeout
-// and the call returns 0.
+// and the call returns 0 (a null timeout returns 0 at once). Only the
+// frame and event sockets are ever readable; write and error sets come back
+// empty.
 
 }  // namespace sim
