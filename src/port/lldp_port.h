@@ -148,6 +148,11 @@ struct LldpPort {
   LldpVlanNameCfg* vlanNameCfgList;
   uint8_t medState[5];
   uint16_t medStateWord;
+
+  // Capacity of tx.frame. Normally max(mtu, 64); it can fall behind mtu when
+  // an MTU change could not get a bigger buffer, so frame builders must not
+  // write more than this.
+  uint32_t txSize;
 };
 
 // Table operations (src/port/lldp_port.cpp).

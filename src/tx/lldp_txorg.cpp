@@ -1,0 +1,421 @@
+// Organizationally specific TLV builders (type 127): IEEE 802.1, IEEE 802.3,
+// LLDP-MED (ANSI/TIA-1057), the private "LLDP-ZOR" set and one TLV in
+// Juniper's format. Each follows the writer convention of lldp_tx.h. A TLV
+// whose data are absent (no VLAN name, no protocol identity, no policy, no
+// location) is skipped without the overflow flag; lack of space sets it.
+//
+// REQUIRES: lldpLock held.
+#include <cstring>
+
+#include "core/lldp_info.h"
+#include "local/lldp_local.h"
+#include "platform/zor_if.h"
+#include "rx/lldp_msap.h"
+#include "tx/lldp_tx.h"
+
+namespace {
+
+constexpr uint32_t kTlvOrg = 127;
+constexpr uint8_t kOuiDot1[3] = {0x00, 0x80, 0xC2};
+constexpr uint8_t kOuiDot3[3] = {0x00, 0x12, 0x0F};
+constexpr uint8_t kOuiMed[3] = {0x00, 0x12, 0xBB};
+constexpr uint8_t kOuiJuniper[3] = {0x00, 0x90, 0x69};
+constexpr uint32_t kScalarPrivOui = 39;
+constexpr uint32_t kVoiceIfIsVoicePort = 2;
+
+// Opens an organizationally specific TLV of information length len (OUI and
+// subtype included) and writes its OUI and subtype.
+uint8_t* txOrgOpen(LldpPort* port, const uint8_t* oui, uint8_t subtype, uint32_t len) {
+  uint8_t* p = lldpTxTlvOpen(port, kTlvOrg, len);
+  if (p == nullptr) return nullptr;
+  p[2] = oui[0];
+  p[3] = oui[1];
+  p[4] = oui[2];
+  p[5] = subtype;
+  return p;
+}
+
+// The private OUI is the platform's, read at every build.
+void txPrivOui(uint8_t* oui) {
+  oui[0] = oui[1] = oui[2] = 0;
+  ZorOctets o{oui, 3};
+  if (zorScalarGetApi(0, kScalarPrivOui, &o) != 0) oui[0] = oui[1] = oui[2] = 0;
+}
+
+int txOrgBytes(LldpPort* port, const uint8_t* oui, uint8_t subtype, const uint8_t* data,
+               uint32_t n) {
+  uint8_t* p = txOrgOpen(port, oui, subtype, 4 + n);
+  if (p == nullptr) return -1;
+  if (n != 0) std::memcpy(p + 6, data, n);
+  return lldpTxTlvClose(port, 4 + n);
+}
+
+int txInventory(LldpPort* port, const uint8_t* oui, uint8_t subtype, const uint8_t* str,
+                uint8_t len) {
+  const uint32_t n = len > LLDP_INV_STR_LEN ? LLDP_INV_STR_LEN : len;
+  return txOrgBytes(port, oui, subtype, str, n);
+}
+
+int txPrivInventory(LldpPort* port, uint8_t subtype, const uint8_t* str, uint8_t len) {
+  uint8_t oui[3];
+  txPrivOui(oui);
+  return txInventory(port, oui, subtype, str, len);
+}
+
+uint32_t txGet(int (*get)(uint32_t, uint32_t*), uint32_t unit) {
+  uint32_t v = 0;
+  if (get(unit, &v) != 0) v = 0;
+  return v;
+}
+
+// Extended power byte: power type, source and priority in the agent's
+// 1-based numbering, shifted to the 2-bit, 2-bit and 4-bit wire fields.
+uint8_t txPowerByte(uint32_t devType, uint32_t source, uint32_t prio) {
+  return static_cast<uint8_t>((((devType - 2) & 0xFF) << 6) | (((source - 1) & 3) << 4) |
+                              ((prio - 1) & 15));
+}
+
+uint8_t txPsePowerByte(const LldpPort* port) {
+  return txPowerByte(gLldpInfo.medPoeDeviceType, txGet(lldpMedPortGetPsePowerSource, port->unit),
+                     txGet(lldpMedPortGetPsePowerPriority, port->unit));
+}
+
+uint32_t txPsePowerTenths(const LldpPort* port) {
+  return txGet(lldpMedPortGetPsePowerValue, port->unit) / 100;
+}
+
+// Power the port's first neighbour asked for in its extended 802.3 power TLV.
+uint32_t txNeighbourRequestedPower(const LldpPort* port) {
+  const LldpListHead* first = port->msapList.next;
+  if (first == nullptr || first == &port->msapList) return 0;
+  const Msap* m = reinterpret_cast<const Msap*>(reinterpret_cast<const char*>(first) -
+                                                offsetof(Msap, link));
+  return m->dot3PowerExtended ? m->dot3PowerRequested : 0;
+}
+
+struct ProtoEntry {
+  uint8_t number;
+  const char* name;
+  uint8_t len;
+  uint8_t bytes[8];
+};
+
+constexpr ProtoEntry kProtocols[] = {
+    {0, "dot1x", 2, {0x88, 0x8E}},
+    {1, "test", 2, {0x99, 0x99}},
+    {2, "lacp", 3, {0x88, 0x09, 0x01}},
+    {4, "stp-c", 8, {0x15, 0x00, 0x42, 0x42, 0x03, 0x00, 0x00, 0x03}},
+    {7, "lldp", 2, {0x88, 0xCC}},
+    {8, "garp", 7, {0x15, 0x00, 0x42, 0x42, 0x03, 0x00, 0x01}},
+    {9, "gvrp", 8, {0x15, 0x00, 0x42, 0x42, 0x03, 0x00, 0x01, 0x01}},
+    {10, "gmrp", 8, {0x15, 0x00, 0x42, 0x42, 0x03, 0x00, 0x01, 0x02}},
+    {11, "vtp", 2, {0x20, 0x03}},
+    {12, "udld", 2, {0x01, 0x11}},
+    {13, "loopdetect", 2, {0xFF, 0xF8}},
+    {14, "protect-link", 2, {0xFF, 0x10}},
+    {15, "g8031", 3, {0xFE, 0x00, 0x27}},
+    {16, "g8032", 3, {0xFE, 0x00, 0x28}},
+    {17, "rer", 2, {0xF2, 0x12}},
+    {18, "esr", 2, {0x81, 0x00}},
+    {20, "bpdu-tunnel", 2, {0xFF, 0xF9}},
+    {26, "bfd2", 2, {0xFF, 0x66}},
+    {49, "lldp-p", 2, {0xFF, 0xCC}},
+    {62, "arp", 2, {0x08, 0x06}},
+    {141, "pppoe+", 2, {0x88, 0x63}},
+    {143, "y1731", 2, {0x89, 0x02}},
+};
+
+const ProtoEntry* txProtoFind(uint32_t proto) {
+  for (const ProtoEntry& e : kProtocols)
+    if (e.number == proto) return &e;
+  return nullptr;
+}
+
+}  // namespace
+
+void lldpProtocolType(uint32_t proto, uint8_t* out, uint32_t* len) {
+  const ProtoEntry* e = txProtoFind(proto);
+  if (e == nullptr) {
+    *len = 0;
+    return;
+  }
+  std::memcpy(out, e->bytes, e->len);
+  *len = e->len;
+}
+
+const char* lldpProtocolName(uint32_t proto) {
+  const ProtoEntry* e = txProtoFind(proto);
+  return e == nullptr ? nullptr : e->name;
+}
+
+// ---- IEEE 802.1 -----------------------------------------------------------------
+
+int lldpDot1PvidTlv(LldpPort* port) {
+  uint8_t* p = txOrgOpen(port, kOuiDot1, 1, 6);
+  if (p == nullptr) return -1;
+  lldpTxPut16(p + 6, txGet(lldpDot1PortGetPvid, port->unit));
+  return lldpTxTlvClose(port, 6);
+}
+
+int lldpDot1PpvidTlv(LldpPort* port, uint16_t vid) {
+  uint8_t* p = txOrgOpen(port, kOuiDot1, 2, 7);
+  if (p == nullptr) return -1;
+  uint8_t flags = 0;
+  if (txGet(lldpDot1PortGetProtoVlanSupported, port->unit) == 1) flags |= 0x02;
+  if (txGet(lldpDot1PortGetProtoVlanEnable, port->unit) == 1) flags |= 0x04;
+  p[6] = flags;
+  lldpTxPut16(p + 7, vid);
+  return lldpTxTlvClose(port, 7);
+}
+
+int lldpDot1VlanNameTlv(LldpPort* port, uint16_t vid) {
+  uint8_t name[64];
+  uint32_t n = sizeof name;
+  if (lldpDot1PortGetVlanName(port->unit, vid, name, &n) != 0 || n == 0) return -1;
+  if (n > sizeof name) n = sizeof name;
+  uint8_t* p = txOrgOpen(port, kOuiDot1, 3, 7 + n);
+  if (p == nullptr) return -1;
+  lldpTxPut16(p + 6, vid);
+  p[8] = static_cast<uint8_t>(n);
+  std::memcpy(p + 9, name, n);
+  return lldpTxTlvClose(port, 7 + n);
+}
+
+int lldpDot1ProtoTlv(LldpPort* port, uint32_t protoIndex) {
+  uint8_t id[16];
+  uint32_t n = 0;
+  lldpProtocolType(protoIndex, id, &n);
+  if (n == 0) return 0;
+  uint8_t* p = txOrgOpen(port, kOuiDot1, 4, 5 + n);
+  if (p == nullptr) return -1;
+  p[6] = static_cast<uint8_t>(n);
+  std::memcpy(p + 7, id, n);
+  return lldpTxTlvClose(port, 5 + n);
+}
+
+int lldpJuniperTlv(LldpPort* port) {
+  static constexpr char kText[] = "TC3119380315";
+  // The PVID is read and not used, as the format has always done.
+  (void)txGet(lldpDot1PortGetPvid, port->unit);
+  uint8_t* p = txOrgOpen(port, kOuiJuniper, 1, 16);
+  if (p == nullptr) return -1;
+  std::memcpy(p + 6, kText, 12);
+  return lldpTxTlvClose(port, 16);
+}
+
+// ---- IEEE 802.3 -----------------------------------------------------------------
+
+int lldpDot3MacPhyTlv(LldpPort* port) {
+  uint8_t* p = txOrgOpen(port, kOuiDot3, 1, 9);
+  if (p == nullptr) return -1;
+  uint8_t st = 0;
+  if (txGet(lldpDot3PortGetAutoNegSupported, port->unit) == 1) st |= 0x01;
+  if (txGet(lldpDot3PortGetAutoNegEnabled, port->unit) == 1) st |= 0x02;
+  uint8_t adv[6] = {};
+  uint32_t advLen = sizeof adv;
+  if (lldpDot3PortGetAutoNegAdvertisedCap(port->unit, adv, &advLen) != 0) adv[0] = adv[1] = 0;
+  p[6] = st;
+  p[7] = adv[0];
+  p[8] = adv[1];
+  lldpTxPut16(p + 9, txGet(lldpDot3PortGetOperMauType, port->unit));
+  return lldpTxTlvClose(port, 9);
+}
+
+int lldpDot3MdiPowerTlv(LldpPort* port) {
+  const bool extended = (port->dot3TlvTxEnabled & 0x08) != 0;
+  const uint32_t len = extended ? 12 : 7;
+  uint8_t* p = txOrgOpen(port, kOuiDot3, 2, len);
+  if (p == nullptr) return -1;
+  const uint32_t unit = port->unit;
+  uint8_t st = 0;
+  if (txGet(lldpDot3PortGetPowerPortClass, unit) == 1) st |= 0x01;
+  if (txGet(lldpDot3PortGetPowerMDISupported, unit) == 1) st |= 0x02;
+  if (txGet(lldpDot3PortGetPowerMDIEnabled, unit) == 1) st |= 0x04;
+  if (txGet(lldpDot3PortGetPowerPairControlable, unit) == 1) st |= 0x08;
+  p[6] = st;
+  p[7] = static_cast<uint8_t>(txGet(lldpDot3PortGetPowerPairs, unit));
+  p[8] = static_cast<uint8_t>(txGet(lldpDot3PortGetPowerClass, unit));
+  if (extended) {
+    p[9] = txPsePowerByte(port);
+    lldpTxPut16(p + 10, txNeighbourRequestedPower(port));
+    lldpTxPut16(p + 12, txPsePowerTenths(port));
+  }
+  return lldpTxTlvClose(port, len);
+}
+
+int lldpDot3LinkAggTlv(LldpPort* port) {
+  uint8_t* p = txOrgOpen(port, kOuiDot3, 3, 9);
+  if (p == nullptr) return -1;
+  uint8_t st[4] = {};
+  uint32_t stLen = sizeof st;
+  lldpDot3PortGetLinkAggStatus(port->unit, st, &stLen);
+  p[6] = lldpTxReverse8(st[0]);
+  lldpTxPut32(p + 7, txGet(lldpDot3PortGetLinkAggPortId, port->unit));
+  return lldpTxTlvClose(port, 9);
+}
+
+int lldpDot3MaxFrameSizeTlv(LldpPort* port) {
+  uint8_t* p = txOrgOpen(port, kOuiDot3, 4, 6);
+  if (p == nullptr) return -1;
+  lldpTxPut16(p + 6, txGet(lldpDot3PortGetMaxFrameSize, port->unit));
+  return lldpTxTlvClose(port, 6);
+}
+
+// ---- LLDP-MED ---------------------------------------------------------------------
+
+int lldpMedCapsTlv(LldpPort* port) {
+  uint8_t* p = txOrgOpen(port, kOuiMed, 1, 7);
+  if (p == nullptr) return -1;
+  // The supported set is advertised, not the enabled one.
+  lldpTxPut16(p + 6, lldpTxReverse16(port->medTlvTxSupported));
+  p[8] = gLldpInfo.medDeviceType;
+  return lldpTxTlvClose(port, 7);
+}
+
+int lldpMedPolicyWord(const LldpPort* port, uint32_t appType, uint32_t* word) {
+  uint32_t vid = 0, pri = 0, dscp = 0, unknown = 0, tagged = 0;
+  if (lldpMedPortGetPolicyVid(port, appType, &vid) != 0 ||
+      lldpMedPortGetPolicyPri(port, appType, &pri) != 0 ||
+      lldpMedPortGetPolicyDscp(port, appType, &dscp) != 0 ||
+      lldpMedPortGetPolicyUnknown(port, appType, &unknown) != 0 ||
+      lldpMedPortGetPolicyTagged(port, appType, &tagged) != 0)
+    return -1;
+  uint32_t w = appType << 24;
+  if (unknown == 1) w |= 0x800000;
+  if (tagged == 1) w |= 0x400000;
+  w |= (vid << 9) & 0x1FFE00;
+  w |= (pri << 6) & 0x1C0;
+  w |= dscp & 63;
+  *word = w;
+  return 0;
+}
+
+int lldpMedPolicyTlv(LldpPort* port, uint32_t appType) {
+  if (lldpMedPortGetPolicySupported(port, appType) != 0) return -1;
+  if (lldpMedPortGetPolicyIsDefault(port, appType) == 1) {
+    // The voice default only makes sense where the voice VLAN service knows
+    // the port as a voice port.
+    uint32_t voice = 0;
+    if (voiceVlanIfGetApi(port->unit, kVoiceIfIsVoicePort, &voice) != 0 || voice != 1) return -1;
+  }
+  if (port->tx.freesize < 10) {
+    port->tx.flags |= LLDP_TX_FLAG_OVERFLOW;
+    return -1;
+  }
+  uint32_t word = 0;
+  if (lldpMedPolicyWord(port, appType, &word) != 0) return -1;
+  uint8_t* p = txOrgOpen(port, kOuiMed, 2, 8);
+  if (p == nullptr) return -1;
+  lldpTxPut32(p + 6, word);
+  return lldpTxTlvClose(port, 8);
+}
+
+int lldpMedLocationTlv(LldpPort* port, uint32_t format) {
+  if (format < 1 || format > 3) return -1;
+  const LldpMedLocation& loc = port->medLocation[format - 1];
+  if (!loc.present || loc.data == nullptr) return -1;
+  const uint32_t n = loc.len;
+  // The 9-bit TLV length caps the data; longer data can never be sent.
+  if (n + 5 > 511 || n + 7 > port->tx.freesize) {
+    port->tx.flags |= LLDP_TX_FLAG_OVERFLOW;
+    return -1;
+  }
+  uint8_t* p = txOrgOpen(port, kOuiMed, 3, 5 + n);
+  if (p == nullptr) return -1;
+  p[6] = static_cast<uint8_t>(format);
+  if (n != 0) std::memcpy(p + 7, loc.data, n);
+  return lldpTxTlvClose(port, 5 + n);
+}
+
+int lldpMedXpoepseTlv(LldpPort* port) {
+  uint8_t* p = txOrgOpen(port, kOuiMed, 4, 7);
+  if (p == nullptr) return -1;
+  p[6] = txPsePowerByte(port);
+  lldpTxPut16(p + 7, txPsePowerTenths(port));
+  return lldpTxTlvClose(port, 7);
+}
+
+int lldpMedXpoepdTlv(LldpPort* port) {
+  uint8_t* p = txOrgOpen(port, kOuiMed, 4, 7);
+  if (p == nullptr) return -1;
+  uint32_t source = 0, prio = 0, value = 0;
+  if (lldpMedGetPdPowerSource(&source) != 0) source = 0;
+  if (lldpMedGetPdPowerPriority(&prio) != 0) prio = 0;
+  if (lldpMedGetPdPowerValue(&value) != 0) value = 0;
+  p[6] = txPowerByte(gLldpInfo.medPoeDeviceType, source, prio);
+  // Sent as the provider gives it: unlike the PSE value it is not divided.
+  lldpTxPut16(p + 7, value);
+  return lldpTxTlvClose(port, 7);
+}
+
+int lldpMedHwrevTlv(LldpPort* port) {
+  return txInventory(port, kOuiMed, 5, gLldpInfo.medHwRev, gLldpInfo.medHwRevLen);
+}
+int lldpMedFwrevTlv(LldpPort* port) {
+  return txInventory(port, kOuiMed, 6, gLldpInfo.medFwRev, gLldpInfo.medFwRevLen);
+}
+int lldpMedSwrevTlv(LldpPort* port) {
+  return txInventory(port, kOuiMed, 7, gLldpInfo.medSwRev, gLldpInfo.medSwRevLen);
+}
+int lldpMedSnTlv(LldpPort* port) {
+  return txInventory(port, kOuiMed, 8, gLldpInfo.medSn, gLldpInfo.medSnLen);
+}
+int lldpMedMfgNameTlv(LldpPort* port) {
+  return txInventory(port, kOuiMed, 9, gLldpInfo.medMfgName, gLldpInfo.medMfgNameLen);
+}
+int lldpMedModelNameTlv(LldpPort* port) {
+  return txInventory(port, kOuiMed, 10, gLldpInfo.medModelName, gLldpInfo.medModelNameLen);
+}
+int lldpMedAssetIdTlv(LldpPort* port) {
+  return txInventory(port, kOuiMed, 11, gLldpInfo.medAssetId, gLldpInfo.medAssetIdLen);
+}
+
+// ---- Private "LLDP-ZOR" -----------------------------------------------------------
+
+int lldpPrivCapsTlv(LldpPort* port) {
+  uint8_t oui[3];
+  txPrivOui(oui);
+  uint8_t* p = txOrgOpen(port, oui, 1, 6);
+  if (p == nullptr) return -1;
+  lldpTxPut16(p + 6, lldpTxReverse16(port->privTlvTxSupported));
+  return lldpTxTlvClose(port, 6);
+}
+
+int lldpPrivSysOidTlv(LldpPort* port) {
+  if (gLldpInfo.sysOidLen == 0) {
+    uint8_t buf[64] = {};
+    uint32_t n = sizeof buf;
+    if (lldpGetSysOid(buf, &n) == 0) {
+      if (n > sizeof gLldpInfo.sysOid) n = sizeof gLldpInfo.sysOid;
+      std::memcpy(gLldpInfo.sysOid, buf, n);
+      gLldpInfo.sysOidLen = static_cast<uint8_t>(n);
+    }
+  }
+  uint8_t oui[3];
+  txPrivOui(oui);
+  uint32_t n = gLldpInfo.sysOidLen;
+  if (n > sizeof gLldpInfo.sysOid) n = sizeof gLldpInfo.sysOid;
+  return txOrgBytes(port, oui, 2, gLldpInfo.sysOid, n);
+}
+
+int lldpPrivHwrevTlv(LldpPort* port) {
+  return txPrivInventory(port, 3, gLldpInfo.medHwRev, gLldpInfo.medHwRevLen);
+}
+int lldpPrivFwrevTlv(LldpPort* port) {
+  return txPrivInventory(port, 4, gLldpInfo.medFwRev, gLldpInfo.medFwRevLen);
+}
+int lldpPrivSwrevTlv(LldpPort* port) {
+  return txPrivInventory(port, 5, gLldpInfo.medSwRev, gLldpInfo.medSwRevLen);
+}
+int lldpPrivSnTlv(LldpPort* port) {
+  return txPrivInventory(port, 6, gLldpInfo.medSn, gLldpInfo.medSnLen);
+}
+int lldpPrivMfgNameTlv(LldpPort* port) {
+  return txPrivInventory(port, 7, gLldpInfo.medMfgName, gLldpInfo.medMfgNameLen);
+}
+int lldpPrivModelNameTlv(LldpPort* port) {
+  return txPrivInventory(port, 8, gLldpInfo.medModelName, gLldpInfo.medModelNameLen);
+}
+int lldpPrivAssetIdTlv(LldpPort* port) {
+  return txPrivInventory(port, 9, gLldpInfo.medAssetId, gLldpInfo.medAssetIdLen);
+}

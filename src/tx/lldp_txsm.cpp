@@ -1,0 +1,174 @@
+// Transmit state machine of a port, after IEEE 802.1AB-2005 clause 10.5.4,
+// with the LLDP-MED fast start of ANSI/TIA-1057.
+//
+// The protocol task's one-second tick calls lldpTxStatemachineRun for each
+// port that may transmit. One run makes at most one transition
+// (txGlobalStatemachineRun), performs the new state's action, and then steps
+// the timers (lldpTxUpdateTimers). Timers are whole-second counters in the
+// port record; 0 means expired. medFastStart is not a timer: it counts the
+// fast-start frames still to send.
+//
+// REQUIRES: lldpLock held.
+#include "core/lldp_info.h"
+#include "core/lldp_trace.h"
+#include "frameio/lldp_frameio.h"
+#include "platform/sil.h"
+#include "tx/lldp_tx.h"
+
+namespace {
+
+constexpr uint8_t kMedNetworkConnectivity = 4;
+constexpr uint8_t kGlobalDisabled = 2;
+
+bool txDisabled(const LldpPort* port) {
+  return port->adminStatus == LLDP_ADMIN_DISABLED || port->adminStatus == LLDP_ADMIN_RX;
+}
+
+void txMoveTo(LldpPort* port, uint8_t to, const char* fmt) {
+  LLDP_TRACE(LLDP_TRC_TX, fmt, txStateFromID(port->txState), txStateFromID(to));
+  port->txState = to;
+}
+
+}  // namespace
+
+const char* txStateFromID(uint8_t state) {
+  switch (state) {
+    case TX_LLDP_INITIALIZE: return "TX_LLDP_INITIALIZE";
+    case TX_IDLE: return "TX_IDLE";
+    case TX_SHUTDOWN_FRAME: return "TX_SHUTDOWN_FRAME";
+    case TX_INFO_FRAME: return "TX_INFO_FRAME";
+    default:
+      LLDP_TRACE(LLDP_TRC_TX, "Unknown TX State: '%d'\r\n", state);
+      return "Unknown";
+  }
+}
+
+int lldpTxInitialize(LldpPort* port) {
+  port->somethingChangedLocal = 1;
+  port->statsFramesOutTotal = 0;
+  port->reinitDelay = gLldpInfo.reinitDelay;
+  port->msgTxHold = gLldpInfo.msgTxHold;
+  port->msgTxInterval = gLldpInfo.msgTxInterval;
+  port->txDelay = gLldpInfo.txDelay;
+  port->medFastStartRepeatCount = gLldpInfo.medFastStartRepeatCount;
+  port->txTagVid = 0;
+  if (gLldpInfo.medDeviceType == kMedNetworkConnectivity) {
+    // A network connectivity device starts MED only when the receive path
+    // sees an MED endpoint on the port.
+    port->medTransmitEnabled = 0;
+    port->medFastStart = 0;
+  } else {
+    port->medTransmitEnabled = 1;
+    port->medFastStart = port->medFastStartRepeatCount;
+  }
+  port->txShutdownWhile = 0;
+  return 0;
+}
+
+uint8_t txGlobalStatemachineRun(LldpPort* port) {
+  switch (port->txState) {
+    case TX_LLDP_INITIALIZE:
+      if (port->adminStatus == LLDP_ADMIN_TXRX || port->adminStatus == LLDP_ADMIN_TX)
+        txMoveTo(port, TX_IDLE, "%s -> %s\r\n");
+      break;
+    case TX_IDLE:
+      if (txDisabled(port) || gLldpInfo.globalAdminStatus == kGlobalDisabled) {
+        // Disabled by the global switch rather than by the port's own status:
+        // the port is taken down here so that its shutdown frame goes out.
+        if (!txDisabled(port)) lldpPortEntryInit(port, LLDP_ADMIN_DISABLED);
+        txMoveTo(port, TX_SHUTDOWN_FRAME, "%s -> %s\r\n");
+      } else if (port->txDelayWhile != 0) {
+      } else if (port->txTTR != 0 && port->somethingChangedLocal == 0 && port->medFastStart == 0) {
+      } else {
+        txMoveTo(port, TX_INFO_FRAME, " %s -> %s\r\n");
+      }
+      break;
+    case TX_SHUTDOWN_FRAME:
+      if (port->txShutdownWhile == 0) {
+        if (port->tx.frame != nullptr) silFree(port->tx.frame);
+        port->tx.frame = nullptr;
+        port->txSize = 0;
+        port->reinitDone = 1;
+        txMoveTo(port, TX_LLDP_INITIALIZE, "%s -> %s\r\n");
+      }
+      break;
+    case TX_INFO_FRAME:
+      txMoveTo(port, TX_IDLE, "%s -> %s\r\n");
+      break;
+    default:
+      LLDP_TRACE(LLDP_TRC_TX, "[ERROR] The TX State Machine is broken!\r\n");
+      break;
+  }
+  return port->txState;
+}
+
+int lldpTxFrame(LldpPort* port) {
+  if (port->tx.sendsize == 0) return -1;  // dropped for overflow: nothing to send
+  const int ret = lldpBufferSend(port, port->tx.frame, port->tx.sendsize);
+  LLDP_TRACE(LLDP_TRC_TX, "send packet to port %s, ret %#x.\r\n", lldpPortName(port->unit).s,
+             static_cast<unsigned>(ret));
+  lldpPktPrintf(port->tx.frame, port->tx.sendsize, LLDP_TRC_TX, 4);
+  port->tx.sendsize = 0;
+  if (ret != -1) {
+    ++port->statsFramesOutTotal;
+    ++gLldpInfo.globalStatsBlock[LLDP_GSTAT_FRAMES_OUT];
+  }
+  return ret;
+}
+
+int lldpTxUpdateTimers(LldpPort* port) {
+  if (port->txShutdownWhile != 0) --port->txShutdownWhile;
+  if (port->txDelayWhile != 0) --port->txDelayWhile;
+  if (port->txTTR != 0) --port->txTTR;
+  if (gLldpInfo.medDeviceType != kMedNetworkConnectivity) port->medTransmitEnabled = 1;
+  LLDP_TRACE(LLDP_TRC_TX,
+             "port %s \r\n\t txTTL: %d\r\n\t txTTR: %d\r\n\t txDelayWhile: %d\r\n\t "
+             "txShutdownWhile: %d\r\n\t medFastStart: %d \r\n\t medTransmitEnabled: %s\r\n",
+             lldpPortName(port->unit).s, port->txTTL, port->txTTR, port->txDelayWhile,
+             port->txShutdownWhile, port->medFastStart, port->medTransmitEnabled ? "yes" : "no");
+  return 0;
+}
+
+int lldpTxStatemachineRun(LldpPort* port) {
+  LLDP_TRACE(LLDP_TRC_TX, "port %s -> %s\r\n", lldpPortName(port->unit).s,
+             txStateFromID(port->txState));
+  const uint8_t before = port->txState;
+  const uint8_t now = txGlobalStatemachineRun(port);
+
+  switch (now) {
+    case TX_LLDP_INITIALIZE:
+      lldpTxInitialize(port);
+      break;
+    case TX_IDLE:
+      if (before != TX_IDLE) {
+        const uint32_t ttl = static_cast<uint32_t>(port->msgTxInterval) * port->msgTxHold;
+        port->txTTL = static_cast<uint16_t>(ttl > 65535 ? 65535 : ttl);
+        port->txTTR = port->msgTxInterval;
+        port->somethingChangedLocal = 0;
+        // Fast start sends one frame a second.
+        port->txDelayWhile = port->medFastStart != 0 ? 1 : port->txDelay;
+      }
+      break;
+    case TX_SHUTDOWN_FRAME:
+      if (before != TX_SHUTDOWN_FRAME) {
+        port->txTagVid = 0;
+        lldpMibConstrShutdownLLDPDU(port);
+        lldpTxFrame(port);
+        port->txShutdownWhile = port->reinitDelay;
+      }
+      break;
+    case TX_INFO_FRAME:
+      if (port->portEnabled != 0) {
+        port->txTagVid = 0;
+        lldpMibConstrInfoLLDPDU(port);
+        lldpTxFrame(port);
+        if (port->medFastStart != 0) --port->medFastStart;
+      }
+      break;
+    default:
+      LLDP_TRACE(LLDP_TRC_TX, "The TX State Machine is broken!\r\n");
+      break;
+  }
+  lldpTxUpdateTimers(port);
+  return 0;
+}
