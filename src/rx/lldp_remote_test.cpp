@@ -236,6 +236,8 @@ TEST(RxMachine, DisablingReceptionReinitialises) {
 TEST(RxMachine, MedTransmissionFollowsMedNeighboursOnConnectivityDevices) {
   Agent a;
   gLldpInfo.medDeviceType = 4;
+  a.port()->medTransmitEnabled = 0;  // as the transmit side leaves a connectivity device
+  a.port()->medFastStart = 0;
   a.port()->medFastStartRepeatCount = 4;
   Frame med;
   med.head("phone", "p1", 2).org(kMed, 1, {0x00, 0x33, 0x03}).end();
