@@ -57,12 +57,6 @@ inline void lldpMapSet(uint8_t* map, uint32_t bit) {
   map[bit / 8] = static_cast<uint8_t>(map[bit / 8] | (0x80u >> (bit % 8)));
 }
 
-// Decodes a received management-address OID field (BER, tag and length
-// included) into a new arc array; null when it does not decode.
-uint8_t* lldpRxDecodeOid(const uint8_t* field, uint8_t len, uint8_t* outLen);
-// Hex dump of a buffer on the received-frame trace (frame I/O).
-void lldpDebugHex(const uint8_t* buf, uint32_t len);
-
 // Keeps a type-127 TLV whole (OUI and subtype included) in the
 // organizationally specific list and counts it as unrecognized. copyFailMsg is
 // traced when the copy of the value cannot be allocated. Returns a receive

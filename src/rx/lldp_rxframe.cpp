@@ -16,6 +16,8 @@
 #include <cstring>
 
 #include "core/lldp_trace.h"
+#include "frameio/lldp_frameio.h"
+#include "local/lldp_oid.h"
 #include "platform/sil.h"
 #include "platform/zor_if.h"
 #include "rx/lldp_msap.h"
@@ -169,7 +171,7 @@ uint8_t rxMgmtAddrTlv(LldpRxCtx& c, const uint8_t* v, uint16_t len) {
   const uint8_t* oid = after + 6;
   if (oidLen > 0) {
     uint8_t decodedLen = 0;
-    e->mgmtAddrOid = lldpRxDecodeOid(oid, oidLen, &decodedLen);
+    e->mgmtAddrOid = reinterpret_cast<uint8_t*>(lldpMgmtAddrDecodeOid(oid, oidLen, &decodedLen));
     if (e->mgmtAddrOid != nullptr) {
       e->mgmtAddrOidLen = decodedLen;
     } else {
@@ -273,15 +275,6 @@ uint8_t rxFail(LldpRxCtx& c, uint8_t code) {
 }
 
 }  // namespace
-
-uint8_t* lldpRxDecodeOid(const uint8_t* field, uint8_t len, uint8_t* outLen) {
-  // The BER decoder of the local OID codec is not linked in yet: every OID is
-  // kept raw, as for one that does not decode.
-  (void)field;
-  (void)len;
-  (void)outLen;
-  return nullptr;
-}
 
 uint8_t lldpRxKeepOrgTlv(LldpRxCtx& c, const uint8_t* v, uint16_t len, bool sizedMsg,
                          const char* copyFailMsg) {

@@ -53,6 +53,9 @@ int txTextTlv(LldpPort* port, uint32_t type, int rc, const uint8_t* buf, uint32_
 // tx.sendsize stays 0).
 int txFrameHeader(LldpPort* port) {
   port->tx.freesize = port->mtu;
+  // After an MTU change whose bigger buffer could not be had, the buffer is
+  // smaller than the mtu: never write past it.
+  if (port->txSize != 0 && port->txSize < port->tx.freesize) port->tx.freesize = port->txSize;
   port->tx.sendsize = 0;
   port->tx.flags = 0;
 
@@ -104,6 +107,7 @@ int txMgmtAddrWrite(LldpPort* port, uint8_t subtype, const uint8_t* addr, uint32
     return -1;
   }
   uint8_t* p = lldpTxTlvOpen(port, kTlvMgmtAddr, tlvLen);
+  if (p == nullptr) return -1;
   std::memset(p + 2, 0, need - 2);
   p[2] = static_cast<uint8_t>(a + 1);
   p[3] = subtype;

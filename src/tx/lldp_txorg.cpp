@@ -133,14 +133,6 @@ const ProtoEntry* txProtoFind(uint32_t proto) {
 
 }  // namespace
 
-// LLDP-MED PD power source in the agent's numbering (wire value + 1): a
-// powered device on this agent draws from the PSE.
-int lldpMedGetPdPowerSource(uint32_t* source);
-int lldpMedGetPdPowerSource(uint32_t* source) {
-  *source = 2;
-  return 0;
-}
-
 void lldpProtocolType(uint32_t proto, uint8_t* out, uint32_t* len) {
   const ProtoEntry* e = txProtoFind(proto);
   if (e == nullptr) {
@@ -313,6 +305,7 @@ int lldpMedPolicyTlv(LldpPort* port, uint32_t appType) {
   uint32_t word = 0;
   if (lldpMedPolicyWord(port, appType, &word) != 0) return -1;
   uint8_t* p = txOrgOpen(port, kOuiMed, 2, 8);
+  if (p == nullptr) return -1;
   lldpTxPut32(p + 6, word);
   return lldpTxTlvClose(port, 8);
 }
@@ -328,6 +321,7 @@ int lldpMedLocationTlv(LldpPort* port, uint32_t format) {
     return -1;
   }
   uint8_t* p = txOrgOpen(port, kOuiMed, 3, 5 + n);
+  if (p == nullptr) return -1;
   p[6] = static_cast<uint8_t>(format);
   if (n != 0) std::memcpy(p + 7, loc.data, n);
   return lldpTxTlvClose(port, 5 + n);

@@ -87,6 +87,7 @@ uint8_t txGlobalStatemachineRun(LldpPort* port) {
       if (port->txShutdownWhile == 0) {
         if (port->tx.frame != nullptr) silFree(port->tx.frame);
         port->tx.frame = nullptr;
+        port->txSize = 0;
         port->reinitDone = 1;
         txMoveTo(port, TX_LLDP_INITIALIZE, "%s -> %s\r\n");
       }
