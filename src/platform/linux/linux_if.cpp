@@ -521,9 +521,15 @@ int snmpScalarGetApi(uint32_t /*unit*/, uint32_t objId, void* out) {
 
 // ---- Hardware layer -----------------------------------------------------------
 int zorHwilScalarGet(uint32_t /*unit*/, uint32_t scalarId, uint32_t* out) {
+  if (scalarId == 54) {
+    // 0 only when stack peers are configured; some callers pass no value
+    // and read the result code alone.
+    const uint32_t v = lnx::stackHasPeers() ? 0 : 1;
+    if (out) *out = v;
+    return static_cast<int>(v);
+  }
   if (!out) return -1;
   switch (scalarId) {
-    case 54: *out = 1; return 0;  // no stack peers on a Linux host
     case 55: *out = 1; return 0;  // frames may always be sent
     case 197:
       if (!lnx::optGet("host.medpowertype", nullptr)) return -1;
@@ -547,9 +553,3 @@ int zorHwilScalarSet(uint32_t /*unit*/, uint32_t scalarId, const void* value, ui
 int zorHwilSlotGet(uint32_t, uint32_t, uint32_t, uint32_t*) { return -1; }
 int zorHwilCardGet(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t*) { return -1; }
 int zorCardUpPcsSet(uint32_t, uint32_t, uint32_t, uint32_t) { return 0; }
-
-// A Linux host is a unit without stack peers: every command applies locally.
-int zorHwilCmdSyncApi(uint32_t /*index*/, uint32_t /*cmdId*/, ZorValue* /*value*/,
-                      ZorSyncCtl* /*ctl*/) {
-  return 0;
-}

@@ -44,7 +44,7 @@ const char* const kKnownKeys[] = {
     "host.privateoui", "host.sysoid", "host.meddevclass", "host.medcaps", "host.pvid",
     "host.vlanfilter", "host.tpid", "host.mautype", "host.bondmembers", "host.poe",
     "host.poeclass", "host.poepriority", "host.poepairs", "host.medpowertype",
-    "host.psepowersource", "host.voicevlan", "host.voicepriority", "host.voicedscp",
+    "host.psepowersource", "host.voicevlan", "host.voicepriority", "host.voicedscp", "host.stackpeers",
 };
 
 std::string trim(const std::string& s) {

@@ -11,6 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/platform_types.h"
+#include "platform/zor_hwil.h"
+
 namespace lnx {
 
 // ---- Options file ----------------------------------------------------------
@@ -128,6 +131,16 @@ std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req);
 // Removes the command socket's path (at exit; async-signal-safe).
 void cmdSocketUnlink();
 std::vector<uint8_t> cmdExecute(const void* table, uint32_t count, const CmdRequest& req);
+
+// ---- Stack peers (linux_stack.cpp) --------------------------------------------
+bool stackHasPeers();
+// The peers' Sync operation and object for a forwarded command id.
+bool stackSyncOp(uint32_t cmdId, uint32_t* op, uint32_t* obj);
+// The request that forwards one command to a peer.
+bool stackRequest(uint32_t index, uint32_t cmdId, const ZorValue* value, const ZorSyncCtl* ctl,
+                  CmdRequest* req);
+// Waits (up to 5 s) until every queued command has been delivered.
+void stackDrain();
 
 // ---- Logging ------------------------------------------------------------------
 void logUseSyslog(bool on);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@
 #include "platform/linux/linux_platform.h"
 #include "platform/sil.h"
 #include "platform/trap.h"
+#include "platform/zor_hwil.h"
 #include "platform/zor_if.h"
 #include "platform/zor_socket.h"
 
@@ -511,6 +513,72 @@ TEST_F(LinuxPlatform, SubscribersReceiveTrapsAndGroupMessages) {
   EXPECT_EQ(u32At(ev, 16 + 20), 6u);  // chassis ID length
   EXPECT_EQ(ev[49], 0xF);
   close(fd);
+  lnx::cmdSocketUnlink();
+}
+
+}  // namespace
+
+namespace {
+
+struct Forwarded {
+  uint32_t op, index, objId, value, len;
+  std::string bytes;
+};
+std::mutex gFwdLock;
+std::vector<Forwarded> gForwarded;
+template <uint32_t Op>
+uint32_t recordSync(uint32_t index, uint32_t objId, ZorValue* v) {
+  std::lock_guard<std::mutex> g(gFwdLock);
+  Forwarded f{Op, index, objId, 0, v->len, {}};
+  if (Op == 8)
+    f.bytes.assign(static_cast<const char*>(v->buf), v->len);
+  else
+    f.value = v->value;
+  gForwarded.push_back(f);
+  return Op == 8 ? 0x3E80002 : 0;
+}
+const IcmFuncEntry kPeerTable[] = {{3, recordSync<3>}, {8, recordSync<8>}};
+
+TEST_F(LinuxPlatform, SetsAreForwardedToStackPeersAsSyncs) {
+  uint32_t v = 9;
+  EXPECT_NE(zorHwilScalarGet(0, 54, &v), 0);  // no peers: no synchronisation
+  EXPECT_EQ(v, 1u);
+  ZorValue val{};
+  val.value = 15;
+  val.len = 4;
+  ZorSyncCtl set{3, 0, 4};
+  EXPECT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 2, &val, &set), 0);
+
+  const std::string path = "/tmp/lldp-linux-peer-" + std::to_string(getpid()) + ".sock";
+  lnx::optSet("host.cmdsocket", path);
+  ASSERT_EQ(icmProcTcpInit("testpeer", "/tmp/unused.socket", kPeerTable, 2), 0);
+  lnx::optSet("host.stackpeers", path);
+  EXPECT_EQ(zorHwilScalarGet(0, 54, &v), 0);
+  EXPECT_EQ(v, 0u);
+  EXPECT_EQ(zorHwilScalarGet(0, 54, nullptr), 0);
+
+  EXPECT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 2, &val, &set), 0);
+  char text[] = "hello";
+  ZorValue oct{};
+  oct.buf = text;
+  oct.len = 64;
+  ZorSyncCtl octSet{3 | 0x10000000u | 0x80000000u, 0, 5};
+  // The peer refuses this one; it still applies here.
+  EXPECT_EQ(zorHwilCmdSyncApi(7, 0x4074000 + 4, &oct, &octSet), 0);
+  ZorSyncCtl sync{1, 0, 4};  // came from a peer: not sent back
+  EXPECT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 3, &val, &sync), 0);
+  EXPECT_EQ(zorHwilCmdSyncApi(0, 0x12340000, &val, &set), 0);  // unknown base: local only
+  lnx::stackDrain();
+
+  std::lock_guard<std::mutex> g(gFwdLock);
+  ASSERT_EQ(gForwarded.size(), 2u);
+  EXPECT_EQ(gForwarded[0].op, 3u);
+  EXPECT_EQ(gForwarded[0].objId, 2u);
+  EXPECT_EQ(gForwarded[0].value, 15u);
+  EXPECT_EQ(gForwarded[1].op, 8u);
+  EXPECT_EQ(gForwarded[1].index, 7u);
+  EXPECT_EQ(gForwarded[1].objId, 4u);
+  EXPECT_EQ(gForwarded[1].bytes, "hello");
   lnx::cmdSocketUnlink();
 }
 
