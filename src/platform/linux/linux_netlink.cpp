@@ -283,7 +283,6 @@ void parseLink(const nlmsghdr* nlh, Link* out) {
   const std::string mgmt = optString("host.mgmtif", "");
   l.isMgmt = !mgmt.empty() && l.name == mgmt;
   l.isPort = linkIsPortCandidate(l);
-
 }
 
 int linkMsgCb(const nlmsghdr* nlh, void* data) {
