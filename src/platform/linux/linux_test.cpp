@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -580,6 +581,47 @@ TEST_F(LinuxPlatform, SetsAreForwardedToStackPeersAsSyncs) {
   EXPECT_EQ(gForwarded[1].objId, 4u);
   EXPECT_EQ(gForwarded[1].bytes, "hello");
   lnx::cmdSocketUnlink();
+}
+
+}  // namespace
+
+namespace {
+
+// Mutated requests never make the decoder read past what it was given, and
+// whatever it accepts runs without touching more than the buffer it made
+// (meaningful under AddressSanitizer: make sanitize).
+TEST_F(LinuxPlatform, MutatedRequestsStayInsideTheirBuffers) {
+  lnx::CmdRequest r;
+  r.op = 2;
+  r.flags = lnx::kCmdFlagBuffer;
+  r.len = 16;
+  r.data = {1, 2, 3, 4, 5, 6, 7, 8};
+  const auto good = lnx::cmdEncodeRequest(r);
+  uint32_t seed = 12345;
+  auto rnd = [&seed] {
+    seed = seed * 1103515245u + 12345u;
+    return seed >> 8;
+  };
+  int accepted = 0;
+  for (int i = 0; i < 20000; ++i) {
+    std::vector<uint8_t> b = good;
+    const int edits = 1 + static_cast<int>(rnd() % 4);
+    for (int e = 0; e < edits; ++e) b[rnd() % b.size()] = static_cast<uint8_t>(rnd());
+    const size_t n = rnd() % (b.size() + 1);
+    // Exactly n bytes on the heap, so that a read past them is caught.
+    std::unique_ptr<uint8_t[]> exact(new uint8_t[n ? n : 1]);
+    std::memcpy(exact.get(), b.data(), n);
+    lnx::CmdRequest got;
+    const long used = lnx::cmdDecode(exact.get(), n, &got);
+    ASSERT_LE(used, static_cast<long>(n));
+    if (used > 0) {
+      ++accepted;
+      const auto rep = lnx::cmdExecute(kTable, 4, got);
+      ASSERT_GE(rep.size(), lnx::kCmdReplyHeaderLen);
+      EXPECT_EQ(u32At(rep, 4), rep.size());
+    }
+  }
+  EXPECT_GT(accepted, 0);
 }
 
 }  // namespace
