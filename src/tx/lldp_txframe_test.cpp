@@ -268,14 +268,14 @@ TEST_F(TxBuild, VoiceDefaultPolicyNeedsAVoicePort) {
 TEST_F(TxBuild, PrivateByteVectors) {
   txtest::Port port;
   sim::setOctets(sim::Svc::Scalar, 0, 39, txtest::kPrivOui);
-  EXPECT_EQ(one(port, lldpPrivCapsTlv), hex("fe06 001e73 01 0007"));
+  EXPECT_EQ(one(port, lldpPrivCapsTlv), hex("fe06 acde48 01 0007"));
   // The system OID is fetched once and kept in the agent record.
   sim::setOctets(sim::Svc::Snmp, 0, 46, {0x2b, 0x06, 0x01});
-  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 001e73 02 2b0601"));
+  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 acde48 02 2b0601"));
   sim::setOctets(sim::Svc::Snmp, 0, 46, {0x2b});
-  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 001e73 02 2b0601"));
+  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 acde48 02 2b0601"));
   txtest::setInv(gLldpInfo.medModelName, &gLldpInfo.medModelNameLen, "LLDP");
-  EXPECT_EQ(one(port, lldpPrivModelNameTlv), hex("fe08 001e73 08 4c4c4450"));
+  EXPECT_EQ(one(port, lldpPrivModelNameTlv), hex("fe08 acde48 08 4c4c4450"));
   // The OUI is read at every build.
   sim::setOctets(sim::Svc::Scalar, 0, 39, {0xaa, 0xbb, 0xcc});
   EXPECT_EQ(one(port, lldpPrivSnTlv), hex("fe04 aabbcc 06"));
