@@ -96,3 +96,9 @@ extern LldpInfo gLldpInfo;
 
 // Index of the frames-sent counter in globalStatsBlock.
 constexpr int LLDP_GSTAT_FRAMES_OUT = 6;
+// Indexes of the agent-wide totals of the per-port receive counters.
+constexpr int LLDP_GSTAT_FRAMES_DISCARDED = 1;
+constexpr int LLDP_GSTAT_FRAMES_IN_ERRORS = 2;
+constexpr int LLDP_GSTAT_FRAMES_IN = 3;
+constexpr int LLDP_GSTAT_TLVS_DISCARDED = 4;
+constexpr int LLDP_GSTAT_TLVS_UNRECOGNIZED = 5;

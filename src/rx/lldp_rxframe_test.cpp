@@ -1,0 +1,470 @@
+// Validation and decoding of received LLDPDUs: rejection rules with their
+// counters, length warnings that still accept, repeated TLVs, the kept TLV
+// lists, management addresses, the organizationally specific decoders and
+// allocation failures.
+#include <gtest/gtest.h>
+
+#include "rx/rx_test_util.h"
+
+using namespace rxtest;
+
+namespace {
+
+struct Delta {
+  int discarded, inErrors, in, tlvDiscarded;
+};
+
+struct RejectCase {
+  const char* name;
+  Frame frame;
+  uint8_t code;
+  Delta d;
+  const char* trace;  // a line the rejection must print (or null)
+};
+
+Frame base() { return Frame().head(); }
+
+std::vector<RejectCase> rejectCases() {
+  std::vector<RejectCase> v;
+  const Delta filtered{1, 0, 0, 0}, badFrame{1, 1, 1, 0}, badTlv{1, 1, 1, 1};
+  v.push_back({"WrongDestination", Frame({0x01, 0x80, 0xC2, 0, 0, 0x03}).head().end(), 255, filtered,
+               "This frame is incorrectly addressed to: 01.80.c2.00.00.03\r\n"});
+  v.push_back({"WrongEtherType", Frame({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CD).head().end(),
+               255, filtered, "this frame tpid=0x88cd, sysTpid=0x8100.\r\n"});
+  v.push_back({"FirstTlvIsPortId", Frame().port("p").chassis("c").ttl(5).end(), 2, badFrame,
+               "TLV number 1 should have tlv_type 1, but is actually 2\r\n"});
+  v.push_back({"EndBeforeTtl", Frame().chassis("c").port("p").end(), 2, badFrame,
+               "TLV number 3 should have tlv_type 3, but is actually 0\r\n"});
+  v.push_back({"NoEndTlv", base(), 3, badTlv,
+               "some mandatory tlv are missing for frame received on port ge1 \r\n"});
+  v.push_back({"TlvOverrunsFrameByOne", Frame().head().raw(5, 4, str("abc")), 2, badFrame,
+               "Received a bad TLV:  1 bytes too long!  Frame will be skipped.\r\n"});
+  v.push_back({"TtlLengthOne", Frame().chassis("c").port("p").tlv(3, {9}).end(), 3, badTlv,
+               "TTL TLV has an invalid length! Should be '2', but is:1\r\n"});
+  v.push_back({"ChassisLengthOne", Frame().tlv(1, {4}).port("p").ttl(1).end(), 3, badTlv,
+               "ChassisID TLV invalid length:1 received on port ge1 \r\n"});
+  v.push_back({"ChassisSubtypeZero", Frame().chassis("c", 0).port("p").ttl(1).end(), 2, badFrame,
+               "unknown subtype for chassid tlv received on port ge1 \r\n"});
+  v.push_back({"PortSubtypeEight", Frame().chassis("c").port("p", 8).ttl(1).end(), 2, badFrame,
+               "unknown subtype for portid tlv received on  port ge1 \r\n"});
+  v.push_back({"EndWithLength", Frame().head().tlv(0, {0}), 3, badTlv,
+               "lldp end received with size not null on port ge1\r\n"});
+  v.push_back({"SysCapTooSmall", Frame().head().tlv(7, {0, 0x14, 0}).end(), 3, badTlv,
+               "SystemCap tlv too small received on port ge1 \r\n"});
+  v.push_back({"MgmtLengthEight", Frame().head().tlv(8, {5, 1, 10, 0, 0, 1, 2, 0}).end(), 3, badTlv,
+               "TLV has invalid length '8'.\r\n\tIt should be between 9 and 167 inclusive!\r\n"});
+  v.push_back({"MgmtIpv4StringFour", Frame().head().tlv(8, {4, 1, 10, 0, 0, 2, 0, 0, 0, 1, 0}).end(), 3,
+               badTlv, "management tlv too short received on port ge1 \r\n"});
+  v.push_back({"MgmtIpv6StringSixteen", Frame().head().tlv(8, [] { Bytes b{16, 2}; b.resize(20); return b; }()).end(), 3, badTlv,
+               "management tlv too short received on port ge1 \r\n"});
+  v.push_back({"MgmtOtherSubtypeOver32", Frame().head().tlv(8, Bytes(40, 33)).end(), 3, badTlv,
+               "management tlv too short received on port ge1\r\n"});
+  // The address string claims more than the TLV holds: never read past it.
+  v.push_back({"MgmtStringBeyondTlv", Frame().head().tlv(8, {30, 1, 10, 0, 0, 2, 2, 0, 0, 0, 1, 0}).end(),
+               3, badTlv, "management tlv too short received on port ge1\r\n"});
+  v.push_back({"MgmtOidBeyondTlv", Frame().head().tlv(8, {5, 1, 10, 0, 0, 2, 2, 0, 0, 0, 1, 9, 6}).end(),
+               3, badTlv, "management tlv too short received on port ge1\r\n"});
+  v.push_back({"Dot1PvidTooShort", Frame().head().org(kDot1, 1, {0}).end(), 3, badTlv,
+               "too short org tlv received on port  ge1 \r\n"});
+  v.push_back({"Dot1PpvidEnabledNotSupported", Frame().head().org(kDot1, 2, {0x04, 0, 10}).end(), 3,
+               badTlv, "PPVID org tlv error received on port ge1 \r\n"});
+  v.push_back({"Dot1VlanNameTooShort", Frame().head().org(kDot1, 3, {0, 1}).end(), 3, badTlv,
+               "too short org tlv received on portge1 \r\n"});
+  v.push_back({"Dot1ProtoIdTooShort", Frame().head().org(kDot1, 4, {}).end(), 3, badTlv,
+               "too short org tlv received on port ge1\r\n"});
+  v.push_back({"Dot3MacPhyTooShort", Frame().head().org(kDot3, 1, {3, 0, 0, 0}).end(), 3, badTlv,
+               "too short mac/phy tlv received on port ge1 \r\n"});
+  v.push_back({"Dot3PowerTooShort", Frame().head().org(kDot3, 2, {7, 1}).end(), 3, badTlv,
+               "too short power tlv received on port ge1\r\n"});
+  v.push_back({"Dot3AggTooShort", Frame().head().org(kDot3, 3, {1, 0, 0, 0}).end(), 3, badTlv,
+               "too short aggreg tlv received on port ge1 \r\n"});
+  v.push_back({"Dot3MfsTooShort", Frame().head().org(kDot3, 4, {5}).end(), 3, badTlv,
+               "too short dot3Mfs tlv received on port ge1 \r\n"});
+  v.push_back({"MedCapTooShort", Frame().head().org(kMed, 1, {0, 0x33}).end(), 3, badTlv,
+               "too short LLDP-MED cap tlv received on port ge1\r\n"});
+  v.push_back({"MedPolicyTooShort", Frame().head().org(kMed, 2, {1, 0, 0}).end(), 3, badTlv,
+               "too short LLDP-MED policy tlv received on port ge1 \r\n"});
+  v.push_back({"MedLocationTooShort", Frame().head().org(kMed, 3, {2}).end(), 3, badTlv,
+               "too short LLDP-MED location tlv received on port ge1 \r\n"});
+  v.push_back({"MedPowerTooShort", Frame().head().org(kMed, 4, {0x51, 0}).end(), 3, badTlv,
+               "too short LLDP-MED PoE-MDI tlv received on port ge1 \r\n"});
+  v.push_back({"PrivCapTooShort", Frame().head().org(kPriv, 1, {0}).end(), 3, badTlv,
+               "too short LLDP-ZOR cap tlv received on port ge1 \r\n"});
+  v.push_back({"PrivInventoryTooShort", Frame().head().org(kPriv, 5, {}).end(), 3, badTlv,
+               "too short LLDP-ZOR inventory(subtype:5) tlv received on port ge1\r\n"});
+  return v;
+}
+
+class Reject : public ::testing::TestWithParam<RejectCase> {};
+
+TEST_P(Reject, ResultCodeCountersAndTrace) {
+  const RejectCase& c = GetParam();
+  Agent a;
+  const size_t live = sim::liveAllocations();
+  const Counters before = Counters::of(a.port());
+  EXPECT_EQ(a.recv(c.frame), c.code);
+  const Counters after = Counters::of(a.port());
+  EXPECT_EQ(after.discarded - before.discarded, static_cast<uint32_t>(c.d.discarded));
+  EXPECT_EQ(after.inErrors - before.inErrors, static_cast<uint32_t>(c.d.inErrors));
+  EXPECT_EQ(after.in - before.in, static_cast<uint32_t>(c.d.in));
+  EXPECT_EQ(after.tlvDiscarded - before.tlvDiscarded, static_cast<uint32_t>(c.d.tlvDiscarded));
+  // The agent-wide totals move with the port's own.
+  EXPECT_EQ(after.gDiscarded - before.gDiscarded, after.discarded - before.discarded);
+  EXPECT_EQ(after.gInErrors - before.gInErrors, after.inErrors - before.inErrors);
+  EXPECT_EQ(after.gIn - before.gIn, after.in - before.in);
+  EXPECT_EQ(after.gTlvDiscarded - before.gTlvDiscarded, after.tlvDiscarded - before.tlvDiscarded);
+  EXPECT_EQ(after.drops, before.drops);
+  if (c.trace) {
+    EXPECT_TRUE(sim::hasLine(c.trace)) << c.trace;
+  }
+  EXPECT_EQ(a.port()->rxMsap, nullptr);
+  EXPECT_TRUE(neighbours(a.port()).empty());
+  EXPECT_EQ(sim::liveAllocations(), live) << "a rejected frame leaves nothing allocated";
+}
+
+INSTANTIATE_TEST_SUITE_P(Rules, Reject, ::testing::ValuesIn(rejectCases()),
+                         [](const auto& p) { return std::string(p.param.name); });
+
+TEST(RxFilter, TaggedFrameChecksPvidOnlyWhenThePlatformKnowsTheVlan) {
+  Agent a;
+  Frame f({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CC, 0x8100, 0x2000 | 20);
+  f.head().end();
+  sim::setInt(sim::Svc::If, 1, 159, 10);  // PVID
+  // Query 211 unanswered: the tagged frame is accepted without the PVID test.
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  ASSERT_EQ(neighbours(a.port()).size(), 1u);
+  EXPECT_EQ(neighbours(a.port())[0]->rxVlan, 20);
+
+  sim::setInt(sim::Svc::If, 1, 211, 20);
+  sim::setInt(sim::Svc::If, 1, 210, 20);
+  const Counters before = Counters::of(a.port());
+  EXPECT_EQ(a.recv(f), RX_FRAME_FILTERED);
+  EXPECT_TRUE(sim::hasLine("This frame is from vlan 20, port ge1 pvid is 10.\r\n"));
+  EXPECT_EQ(Counters::of(a.port()).discarded, before.discarded + 1);
+  EXPECT_EQ(Counters::of(a.port()).in, before.in);
+
+  sim::setInt(sim::Svc::If, 1, 159, 20);
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+}
+
+TEST(RxFilter, PortTpidReplacesTheDefault) {
+  Agent a;
+  sim::setInt(sim::Svc::If, 1, 162, 0x88A8);
+  Frame tagged({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CC, 0x88A8, 7);
+  tagged.head().end();
+  EXPECT_EQ(a.recv(tagged), RX_FRAME_OK);
+  EXPECT_EQ(sim::callCount("zorIfGetApi") > 0, true);
+  // A zero TPID from the platform means the default 0x8100.
+  sim::setInt(sim::Svc::If, 1, 162, 0);
+  Frame dflt({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 6}, 0x88CC, 0x8100, 7);
+  dflt.head("other").end();
+  EXPECT_EQ(a.recv(dflt), RX_FRAME_OK);
+}
+
+TEST(RxWarnings, OverlongTlvsAreTracedAndUsed) {
+  Agent a;
+  Frame f;
+  const std::string longId(299, 'x');
+  f.chassis(longId).port("p1").tlv(3, {0, 90, 7})  // TTL of length 3
+      .tlv(7, {0, 0x14, 0, 0x04, 0xFF})          // capabilities of length 5
+      .end()
+      .pad(10);
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  EXPECT_TRUE(sim::hasLine("ChassisID TLV invalid length:300 received on portge1\r\n"));
+  EXPECT_TRUE(sim::hasLine("TTL TLV has invalid length '3' received on port ge1 \r\n"));
+  EXPECT_TRUE(sim::hasLine("SystemCap TLV has invalid length '5' received on port ge1 \r\n"));
+  EXPECT_TRUE(sim::hasLine("extra data after lldp end on port ge1\r\n"));
+  Msap* m = neighbours(a.port())[0];
+  EXPECT_EQ(m->chassIdLen, static_cast<uint8_t>(300 - 256 - 1));  // low header byte minus one
+  EXPECT_EQ(m->rxInfoTTL, 90);
+  EXPECT_EQ(m->sysCap[0], 0x28);  // 00 14: bridge and router, stored bit-reversed
+  EXPECT_EQ(m->sysCap[1], 0x00);
+  EXPECT_EQ(m->sysCapEnabled[0], 0x20);
+  EXPECT_EQ(Counters::of(a.port()).inErrors, 0u);
+}
+
+TEST(RxDecode, BasicTlvsAndIdentifier) {
+  Agent a;
+  Frame f;
+  f.head("chassis-A", "port-1", 120).tlv(4, str("uplink")).tlv(5, str("sw1")).tlv(6, str("Switch OS 1.0"))
+      .tlv(6, {}).end();
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  ASSERT_EQ(neighbours(a.port()).size(), 1u);
+  Msap* m = neighbours(a.port())[0];
+  EXPECT_EQ(text(m->chassId, m->chassIdLen), "chassis-A");
+  EXPECT_EQ(text(m->portId, m->portIdLen), "port-1");
+  EXPECT_EQ(m->idLen, 9 + 6 + 2);
+  EXPECT_EQ(std::memcmp(m->id, "chassis-A\0port-1\0", 17), 0);
+  EXPECT_EQ(m->chassIdSubtype, 7);
+  EXPECT_EQ(m->portIdSubtype, 5);
+  EXPECT_EQ(text(m->portDescr, m->portDescrLen), "uplink");
+  EXPECT_EQ(text(m->sysName, m->sysNameLen), "sw1");
+  EXPECT_EQ(m->sysDescr, nullptr) << "an empty repeated description replaces the earlier one";
+  EXPECT_EQ(m->rxInfoTTL, 120);
+  EXPECT_EQ(std::memcmp(m->mac, "\x00\x11\x22\x33\x44\x55", 6), 0);
+  EXPECT_EQ(m->unit, 1u);
+  EXPECT_TRUE(sim::hasLine("Receive MSAP ID:\r\n"));
+}
+
+TEST(RxDecode, RepeatedTlvsKeepTheLaterOne) {
+  Agent a;
+  Frame f;
+  f.head().chassis("chassis-B").tlv(5, str("first")).tlv(5, str("second"))
+      .tlv(20, str("one")).tlv(9, str("nine")).tlv(20, str("two")).tlv(126, {}).end();
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  Msap* m = neighbours(a.port())[0];
+  EXPECT_EQ(text(m->chassId, m->chassIdLen), "chassis-B");
+  EXPECT_EQ(text(m->sysName, m->sysNameLen), "second");
+  // Unknown TLVs: sorted by type, one per type, later replaces earlier; all
+  // four are counted.
+  std::vector<std::pair<int, std::string>> got;
+  for (LldpTlvNode* n = m->unknownTlvList; n; n = n->next)
+    got.emplace_back(n->tlv->type, text(n->tlv->info, n->tlv->length));
+  std::vector<std::pair<int, std::string>> want{{9, "nine"}, {20, "two"}, {126, ""}};
+  EXPECT_EQ(got, want);
+  EXPECT_EQ(a.port()->statsTLVsUnrecognizedTotal, 4u);
+  EXPECT_EQ(gLldpInfo.globalStatsBlock[LLDP_GSTAT_TLVS_UNRECOGNIZED], 4u);
+}
+
+TEST(RxDecode, ManagementAddressesAreSortedAndDuplicatesKept) {
+  Agent a;
+  const Bytes oidIpv4{0x06, 0x09, 0x2B, 0x06, 0x01, 0x02, 0x01, 0x04, 0x14, 0x01, 0x01};
+  auto mgmt = [&](uint8_t sub, const Bytes& addr, const Bytes& oid) {
+    Bytes v{static_cast<uint8_t>(addr.size() + 1), sub};
+    v.insert(v.end(), addr.begin(), addr.end());
+    v.insert(v.end(), {2, 0, 0, 0, 7, static_cast<uint8_t>(oid.size())});
+    v.insert(v.end(), oid.begin(), oid.end());
+    return v;
+  };
+  Frame f;
+  f.head()
+      .tlv(8, mgmt(6, {0, 1, 2, 3, 4, 5}, {}))
+      .tlv(8, mgmt(1, {10, 0, 0, 2}, oidIpv4))
+      .tlv(8, mgmt(1, {10, 0, 0, 1}, {0x06, 0x03, 0x2B, 0x06, 0x01}))
+      .tlv(8, mgmt(1, {10, 0, 0, 1}, {0x07, 0x01, 0x2B}))  // not an OID: kept raw
+      .end();
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  Msap* m = neighbours(a.port())[0];
+  EXPECT_EQ(m->mgmtAddrNum, 4);
+  std::vector<lldpMgmtAddr*> l;
+  for (lldpMgmtAddr* e = m->mgmtAddrList; e; e = e->next) l.push_back(e);
+  ASSERT_EQ(l.size(), 4u);
+  EXPECT_EQ(l[0]->mgmtAddr[3], 1);
+  EXPECT_EQ(l[1]->mgmtAddr[3], 1);
+  EXPECT_EQ(l[2]->mgmtAddr[3], 2);
+  EXPECT_EQ(l[3]->mgmtAddrSubtype, 6);
+  EXPECT_EQ(l[3]->mgmtAddrLen, 6);
+  EXPECT_EQ(l[3]->mgmtAddrOid, nullptr);
+  // 06 03 2B 06 01 decodes to 1.3.6.1.
+  EXPECT_EQ(l[0]->mgmtAddrOidLen, 16);
+  const uint32_t arcs[4] = {1, 3, 6, 1};
+  EXPECT_EQ(std::memcmp(l[0]->mgmtAddrOid, arcs, 16), 0);
+  EXPECT_EQ(l[1]->mgmtAddrOidLen, 3);
+  EXPECT_EQ(std::memcmp(l[1]->mgmtAddrOid, "\x07\x01\x2B", 3), 0);
+  EXPECT_TRUE(sim::hasLine("unable to decode mgmt address oid received on port ge1\r\n"));
+  EXPECT_EQ(l[2]->mgmtAddrOidLen, 40);
+  EXPECT_EQ(l[2]->mgmtAddrIfSubtype, 2);
+  EXPECT_EQ(l[2]->mgmtAddrIfId, 7u);
+}
+
+TEST(RxDecode, LongIpv4AddressIsBoundedByTheField) {
+  Agent a;
+  Bytes v{41, 1};
+  v.insert(v.end(), 40, 0xAB);
+  v.insert(v.end(), {2, 0, 0, 0, 1, 0});
+  Frame f;
+  f.head().tlv(8, v).end();
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  lldpMgmtAddr* e = neighbours(a.port())[0]->mgmtAddrList;
+  EXPECT_EQ(e->mgmtAddrLen, LLDP_MGMT_ADDR_MAX);
+  EXPECT_EQ(e->mgmtAddrIfSubtype, 2);
+  EXPECT_EQ(e->mgmtAddrIfId, 1u);
+}
+
+TEST(RxDecode, OrganizationalFamilies) {
+  Agent a;
+  Frame f;
+  f.head()
+      .org(kDot1, 1, {0x00, 0x0A})
+      .org(kDot1, 2, {0x06, 0x00, 0x30})
+      .org(kDot1, 2, {0x02, 0x00, 0x20})
+      .org(kDot1, 3, [] { Bytes v{0x00, 0x0A, 40}; v.insert(v.end(), 40, 'n'); return v; }())
+      .org(kDot1, 4, {3, 0x88, 0x8E, 0x01})
+      .org(kDot1, 4, {2, 0x88, 0xCC})
+      .org(kDot1, 4, {3, 0x88, 0x8E, 0x01})
+      .org(kDot1, 7, {1, 2})
+      .org(kDot3, 1, {0x03, 0x6C, 0x01, 0x00, 0x1E})
+      .org(kDot3, 2, {0x0F, 0x01, 0x03, 0x51, 0x00, 0x64, 0x00, 0x96})
+      .org(kDot3, 3, {0x03, 0x00, 0x00, 0x01, 0x02})
+      .org(kDot3, 4, {0x05, 0xEE})
+      .org(kMed, 1, {0x00, 0x33, 0x03})
+      .org(kMed, 2, {0x01, 0xC0, 0x15, 0x6E})  // U, T, VID 10, priority 5, DSCP 46
+      .org(kMed, 2, {0x09, 0, 0, 0})
+      .org(kMed, 3, {0x02, 'c', 'i', 'v'})
+      .org(kMed, 3, {0x07, 'x'})
+      .org(kMed, 4, {0x52, 0x00, 0xC8})
+      .org(kMed, 5, str("hw1"))
+      .org(kMed, 11, str(std::string(40, 'a')))
+      .org(kMed, 12, {1})
+      .org(kPriv, 1, {0x00, 0x14})
+      .org(kPriv, 2, str("1.3.6.1.4.1.9"))
+      .org(kPriv, 9, str("asset"))
+      .org(kPriv, 12, {1, 2})
+      .org(kDcbx, 1, {1, 2, 3})
+      .org({0x00, 0x00, 0x5E}, 1, {9})
+      .end();
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  Msap* m = neighbours(a.port())[0];
+  // 802.1
+  EXPECT_EQ(m->dot1Pvid, 10);
+  EXPECT_EQ(m->dot1CapEnabled[0], 0xF0);
+  ASSERT_EQ(m->dot1PpvidNum, 2);
+  EXPECT_EQ(m->dot1PpvidList->ppvid, 0x20);
+  EXPECT_EQ(m->dot1PpvidList->supported, 1);
+  EXPECT_EQ(m->dot1PpvidList->enabled, 2);
+  EXPECT_EQ(m->dot1PpvidList->next->ppvid, 0x30);
+  EXPECT_EQ(m->dot1PpvidList->next->enabled, 1);
+  ASSERT_EQ(m->dot1VlanNameNum, 1);
+  EXPECT_EQ(m->dot1VlanNameList->nameLen, 32) << "a 40-byte name keeps 32";
+  EXPECT_EQ(m->dot1VlanNameList->vid, 10);
+  ASSERT_EQ(m->dot1ProtoidNum, 3);
+  // The repeated identity goes before its equal; indexes count insertions.
+  LldpDot1ProtoId* p = m->dot1ProtoIdList;
+  EXPECT_EQ(p->index, 3u);
+  EXPECT_EQ(p->next->index, 1u);
+  EXPECT_EQ(p->next->next->index, 2u);
+  EXPECT_EQ(p->next->next->len, 2);
+  // 802.3
+  EXPECT_EQ(m->dot3AutoNegSupported, 1);
+  EXPECT_EQ(m->dot3AutoNegEnabled, 1);
+  EXPECT_EQ(m->dot3AutoNegAdvertisedCap[0], 0x6C);
+  EXPECT_EQ(m->dot3MauType, 30);
+  EXPECT_EQ(m->dot3PowerPortClass, 1);
+  EXPECT_EQ(m->dot3PowerPairControl, 1);
+  EXPECT_EQ(m->dot3PowerPairs, 1);
+  EXPECT_EQ(m->dot3PowerClass, 3);
+  EXPECT_EQ(m->dot3PowerExtended, 1);
+  EXPECT_EQ(m->dot3PowerType, 3);    // (0x51 >> 6) + 2
+  EXPECT_EQ(m->dot3PowerSource, 2);  // ((0x51 & 0x30) >> 4) + 1
+  EXPECT_EQ(m->dot3PowerRequested, 100);
+  EXPECT_EQ(m->dot3PowerAllocated, 150);
+  EXPECT_EQ(m->dot3AggStatus, 0xC0);
+  EXPECT_EQ(m->dot3AggPortId, 0x102u);
+  EXPECT_EQ(m->dot3Mfs, 1518);
+  EXPECT_EQ(m->dot3CapEnabled[0], 0xF0);
+  // LLDP-MED
+  EXPECT_TRUE(lldpMsapIsMed(m));
+  EXPECT_EQ(m->medDevType, 3);
+  EXPECT_EQ(m->medCapSupported[1], 0x33);
+  const LldpRemMedPolicy& pol = m->medPolicy[0];
+  EXPECT_EQ(pol.appType, 1);
+  EXPECT_EQ(pol.unknown, 1);
+  EXPECT_EQ(pol.tagged, 1);
+  EXPECT_EQ(pol.vid, 10);
+  EXPECT_EQ(pol.priority, 5);
+  EXPECT_EQ(pol.dscp, 46);
+  EXPECT_TRUE(sim::hasLine("unknown policy field 9 received on port ge1 \r\n"));
+  EXPECT_EQ(text(m->medLocation[1].data, m->medLocation[1].len), "civ");
+  EXPECT_TRUE(sim::hasLine("unknown location type received on port ge1 \r\n"));
+  EXPECT_EQ(m->medPowerType, 3);
+  EXPECT_EQ(m->medPowerSource, 2);
+  EXPECT_EQ(m->medPowerPriority, 3) << "MED power after 802.3 power overwrites the shared priority";
+  EXPECT_EQ(m->medPowerVal, 200);
+  EXPECT_EQ(text(m->medInventory[LLDP_INV_HWREV].data, m->medInventory[LLDP_INV_HWREV].len), "hw1");
+  EXPECT_EQ(m->medInventory[LLDP_INV_ASSETID].len, LLDP_MED_INV_MAX);
+  EXPECT_TRUE(sim::hasLine("LLDP-MED inventory(subtype:11) TLV has invalid length '44' received on port ge1 \r\n"));
+  EXPECT_EQ(m->medCapEnabled[0], 0x80 | 0x40 | 0x20 | 0x08 | 0x04);  // cap, policy, location, PD power, inventory
+  // Private
+  EXPECT_EQ(m->priCapSupported[0], 0x28);
+  EXPECT_EQ(text(m->priSysOid.data, m->priSysOid.len), "1.3.6.1.4.1.9");
+  EXPECT_EQ(text(m->priInventory[LLDP_INV_ASSETID].data, m->priInventory[LLDP_INV_ASSETID].len), "asset");
+  EXPECT_EQ(m->priCapEnabled[0], 0xC0);
+  EXPECT_EQ(m->priCapEnabled[1], 0x80);
+  EXPECT_TRUE(sim::hasLine("should not be there! \r\n"));
+  // Kept: 802.1 subtype 7, MED subtype 12, the unknown OUI (arrival order);
+  // the private subtype 12 and DCBX are neither kept nor counted.
+  std::vector<Bytes> org;
+  for (LldpTlvNode* n = m->orgTlvList; n; n = n->next) org.emplace_back(n->tlv->info, n->tlv->info + n->tlv->length);
+  ASSERT_EQ(org.size(), 3u);
+  EXPECT_EQ(org[0], (Bytes{0x00, 0x80, 0xC2, 7, 1, 2}));
+  EXPECT_EQ(org[1], (Bytes{0x00, 0x12, 0xBB, 12, 1}));
+  EXPECT_EQ(org[2], (Bytes{0x00, 0x00, 0x5E, 1, 9}));
+  EXPECT_EQ(a.port()->statsTLVsUnrecognizedTotal, 3u);
+  EXPECT_TRUE(sim::hasLine("unknown org tlv received on port ge1 \r\n"));
+}
+
+TEST(RxDecode, DisabledFamilyIsKeptAsUnknownOrg) {
+  Agent a(64, LLDP_EXT_DOT1 | LLDP_EXT_MED);
+  Frame f;
+  f.head().org(kDot3, 1, {0x03, 0x6C, 0x01, 0x00, 0x1E}).org(kDcbx, 1, {}).end();
+  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  Msap* m = neighbours(a.port())[0];
+  EXPECT_EQ(m->dot3CapEnabled[0], 0);
+  int kept = 0;
+  for (LldpTlvNode* n = m->orgTlvList; n; n = n->next) ++kept;
+  EXPECT_EQ(kept, 2) << "with DCBX disabled its TLV is an unknown one too";
+  EXPECT_EQ(a.port()->statsTLVsUnrecognizedTotal, 2u);
+}
+
+// Every allocation of a rich frame fails in turn: the frame is refused with
+// code 1, only the named counters move, nothing leaks, and the receive
+// machine evicts the port's oldest neighbour and holds off for txTTL.
+TEST(RxResources, EachFailedAllocationFreesWhatWasBuilt) {
+  Frame rich;
+  rich.head("chassis-R", "port-R", 100)
+      .tlv(4, str("descr")).tlv(5, str("name")).tlv(6, str("sysdescr"))
+      .tlv(8, {5, 1, 10, 0, 0, 1, 2, 0, 0, 0, 1, 5, 0x06, 0x03, 0x2B, 0x06, 0x01})
+      .tlv(8, {5, 1, 10, 0, 0, 2, 2, 0, 0, 0, 1, 3, 0x07, 0x01, 0x2B})
+      .tlv(30, str("unknown"))
+      .org(kDot1, 2, {0x06, 0x00, 0x30}).org(kDot1, 3, {0, 1, 2, 'v', '1'}).org(kDot1, 4, {1, 2})
+      .org(kDot1, 9, {1}).org(kMed, 3, {1, 1, 2, 3}).org(kMed, 6, str("fw")).org(kMed, 0, {})
+      .org(kPriv, 2, str("oid")).org(kPriv, 4, str("sw")).org({1, 2, 3}, 1, {})
+      .end();
+  uint64_t total = 0;
+  {
+    Agent a;
+    const uint64_t t0 = sim::totalAllocations();
+    ASSERT_EQ(a.recv(rich), RX_FRAME_OK);
+    total = sim::totalAllocations() - t0;
+  }
+  ASSERT_GT(total, 20u);
+  int failures = 0, survived = 0;
+  for (uint64_t nth = 1; nth <= total; ++nth) {
+    Agent a(64, 31, 1, 77);
+    ASSERT_EQ(a.recv(Frame().head("old", "n0").end()), RX_FRAME_OK);
+    ASSERT_EQ(a.recv(Frame().head("new", "n1").end()), RX_FRAME_OK);
+    const size_t live = sim::liveAllocations();
+    const Counters before = Counters::of(a.port());
+    sim::failAllocation(nth);
+    const uint8_t rc = a.recv(rich);
+    sim::failAllocation(0);
+    if (rc == RX_FRAME_OK) {
+      // Only the OID decoder's array may fail without harm: the OID is then
+      // kept raw.
+      ++survived;
+      continue;
+    }
+    ++failures;
+    ASSERT_EQ(rc, RX_FRAME_NO_RESOURCE) << "allocation " << nth;
+    const Counters after = Counters::of(a.port());
+    const uint32_t n = nth == 1 ? 2 : 1;  // the record itself is counted twice
+    EXPECT_EQ(after.discarded - before.discarded, n) << nth;
+    EXPECT_EQ(after.gDiscarded - before.gDiscarded, n) << nth;
+    EXPECT_EQ(after.drops - before.drops, n) << nth;
+    EXPECT_EQ(after.inErrors, before.inErrors);
+    EXPECT_EQ(after.tlvDiscarded, before.tlvDiscarded);
+    EXPECT_EQ(after.in - before.in, 1u);
+    // The oldest neighbour went, with the deletion's counters.
+    auto ns = neighbours(a.port());
+    ASSERT_EQ(ns.size(), 1u) << nth;
+    EXPECT_EQ(text(ns[0]->chassId, ns[0]->chassIdLen), "new");
+    EXPECT_EQ(after.ageouts - before.ageouts, 1u);
+    EXPECT_EQ(a.port()->tooManyNeighbors, 1);
+    EXPECT_EQ(a.port()->tooManyNeighborsTimer, 77);
+    EXPECT_LT(sim::liveAllocations(), live) << "nothing of the failed frame is left";
+  }
+  EXPECT_EQ(survived, 1);
+  EXPECT_EQ(static_cast<uint64_t>(failures), total - 1);
+}
+
+}  // namespace
