@@ -572,7 +572,7 @@ TEST_F(TxWire, PrivateTlvs) {
     const Packet& p = pkt(name);
     std::vector<std::string> subtypes, contents;
     for (size_t i = 0; i < p.size(); ++i) {
-      if (p[i].name != "lldp.orgtlv.oui" || p[i].value != "acde48") continue;
+      if (p[i].name != "lldp.orgtlv.oui" || p[i].value != "001e73") continue;
       for (size_t j = i + 1; j < p.size() && p[j].name != "lldp.orgtlv.oui"; ++j) {
         if (p[j].name == "lldp.unknown_subtype") subtypes.push_back(p[j].show);
         if (p[j].name == "lldp.unknown_subtype.content") contents.push_back(p[j].value);
