@@ -358,7 +358,10 @@ TEST_F(TxBuild, MinimalInformationFrameLayout) {
   const auto f = port.frame();
   EXPECT_EQ(std::vector<uint8_t>(f.begin(), f.begin() + 14), hex("0180c200000e 001b210a0b0c 88cc"));
   std::vector<uint32_t> types;
-  for (const auto& t : txtest::tlvs(f)) types.push_back(t.type);
+  for (const auto& t : txtest::tlvs(f)) {
+    types.push_back(t.type);
+    if (t.type >= 4 && t.type <= 6) EXPECT_TRUE(t.value.empty()) << t.type;
+  }
   EXPECT_EQ(types, (std::vector<uint32_t>{1, 2, 3, 4, 5, 6, 7, 8, 0}));
 }
 
