@@ -360,7 +360,9 @@ TEST_F(TxBuild, MinimalInformationFrameLayout) {
   std::vector<uint32_t> types;
   for (const auto& t : txtest::tlvs(f)) {
     types.push_back(t.type);
-    if (t.type >= 4 && t.type <= 6) EXPECT_TRUE(t.value.empty()) << t.type;
+    if (t.type >= 4 && t.type <= 6) {
+      EXPECT_TRUE(t.value.empty()) << t.type;
+    }
   }
   EXPECT_EQ(types, (std::vector<uint32_t>{1, 2, 3, 4, 5, 6, 7, 8, 0}));
 }
