@@ -268,14 +268,14 @@ TEST_F(TxBuild, VoiceDefaultPolicyNeedsAVoicePort) {
 TEST_F(TxBuild, PrivateByteVectors) {
   txtest::Port port;
   sim::setOctets(sim::Svc::Scalar, 0, 39, txtest::kPrivOui);
-  EXPECT_EQ(one(port, lldpPrivCapsTlv), hex("fe06 001e73 01 0007"));
+  EXPECT_EQ(one(port, lldpPrivCapsTlv), hex("fe06 acde48 01 0007"));
   // The system OID is fetched once and kept in the agent record.
   sim::setOctets(sim::Svc::Snmp, 0, 46, {0x2b, 0x06, 0x01});
-  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 001e73 02 2b0601"));
+  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 acde48 02 2b0601"));
   sim::setOctets(sim::Svc::Snmp, 0, 46, {0x2b});
-  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 001e73 02 2b0601"));
+  EXPECT_EQ(one(port, lldpPrivSysOidTlv), hex("fe07 acde48 02 2b0601"));
   txtest::setInv(gLldpInfo.medModelName, &gLldpInfo.medModelNameLen, "LLDP");
-  EXPECT_EQ(one(port, lldpPrivModelNameTlv), hex("fe08 001e73 08 4c4c4450"));
+  EXPECT_EQ(one(port, lldpPrivModelNameTlv), hex("fe08 acde48 08 4c4c4450"));
   // The OUI is read at every build.
   sim::setOctets(sim::Svc::Scalar, 0, 39, {0xaa, 0xbb, 0xcc});
   EXPECT_EQ(one(port, lldpPrivSnTlv), hex("fe04 aabbcc 06"));
@@ -404,8 +404,8 @@ TEST_F(TxBuild, EveryFamilyInOrder) {
       {0xBB, 1}, {0xBB, 2}, {0xBB, 2}, {0xBB, 2}, {0xBB, 2}, {0xBB, 2}, {0xBB, 2}, {0xBB, 2},
       {0xBB, 2}, {0xBB, 3}, {0xBB, 3}, {0xBB, 3}, {0xBB, 4}, {0xBB, 4},  // MED
       {0xBB, 5}, {0xBB, 6}, {0xBB, 7}, {0xBB, 8}, {0xBB, 9}, {0xBB, 10}, {0xBB, 11},
-      {0x73, 1}, {0x73, 2}, {0x73, 3}, {0x73, 4}, {0x73, 5}, {0x73, 6}, {0x73, 7}, {0x73, 8},
-      {0x73, 9}};
+      {0x48, 1}, {0x48, 2}, {0x48, 3}, {0x48, 4}, {0x48, 5}, {0x48, 6}, {0x48, 7}, {0x48, 8},
+      {0x48, 9}};
   EXPECT_EQ(org, want);
   EXPECT_EQ(vlanNames, (std::vector<uint16_t>{1, 100, 4000}));
   EXPECT_EQ(ppvids, (std::vector<uint16_t>{10, 4094}));

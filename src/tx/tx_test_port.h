@@ -23,7 +23,8 @@ constexpr uint32_t kUnit = 5;
 constexpr uint32_t kIfIndex = 7;
 inline const std::vector<uint8_t> kPortMac = {0x00, 0x1b, 0x21, 0x0a, 0x0b, 0x0c};
 inline const std::vector<uint8_t> kSysMac = {0x00, 0x1b, 0x21, 0x00, 0x00, 0x01};
-inline const std::vector<uint8_t> kPrivOui = {0x00, 0x1e, 0x73};
+// The IEEE example OUI, so that no decoder takes it for a known vendor's.
+inline const std::vector<uint8_t> kPrivOui = {0xac, 0xde, 0x48};
 constexpr uint32_t kEnterprise = 56789;
 
 inline void setInv(uint8_t* dst, uint8_t* len, const char* s) {
