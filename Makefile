@@ -25,6 +25,14 @@ run: build
 	@if [ -x $(BUILD)/lldpagent ]; then exec $(BUILD)/lldpagent -c $(CONF); \
 	 else echo "lldpagent is not built yet: the Linux platform has not landed." >&2; exit 1; fi
 
+# The namespace lab (lab/lab.sh): three agents in a line. KEEP=1 leaves it up.
+KEEP ?= 0
+lab: build
+	@KEEP=$(KEEP) AGENT=$(abspath $(BUILD))/lldpagent bash lab/lab.sh up
+
+lab-down:
+	@bash lab/lab.sh down
+
 sanitize:
 	@$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DLLDP_SANITIZE=ON -DLLDP_BENCH=OFF"
 

@@ -123,7 +123,7 @@ inline Bytes concat(std::initializer_list<Bytes> parts) {
 inline std::vector<uint32_t> protoSets(uint32_t unit) {
   std::vector<uint32_t> out;
   for (const auto& s : sim::ifSets())
-    if (s.unit == unit && s.objId >= 53 && s.objId <= 57) out.push_back(s.objId);
+    if (!s.proto && s.unit == unit && s.objId >= 53 && s.objId <= 57) out.push_back(s.objId);
   return out;
 }
 

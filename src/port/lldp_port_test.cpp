@@ -140,14 +140,15 @@ TEST_F(PortTest, AdminStatusTransitionsMoveBuffersAndRegistrations) {
   EXPECT_EQ(sim::ifSets().size(), sets);
 
   // 3 -> 1: the receive buffer stays, a new transmit buffer, no new
-  // registration; the TLV settings survive.
-  p->basicTlvTxEnabled = 0x0F;
+  // registration; the per-VLAN TLV settings survive (the basic ones are
+  // refilled by the TLV initialisation).
+  p->protocolIdTxEnable = 1;
   p->vlanNameTxEnable[3] = 0x10;
   EXPECT_EQ(lldpPortEntryInit(p, 1), 0);
   EXPECT_EQ(p->rx.frame, rx);
   EXPECT_EQ(sim::totalAllocations(), allocs + 1);
   EXPECT_EQ(sim::ifSets().size(), sets);
-  EXPECT_EQ(p->basicTlvTxEnabled, 0x0F);
+  EXPECT_EQ(p->protocolIdTxEnable, 1);
   EXPECT_EQ(p->vlanNameTxEnable[3], 0x10);
 
   // 1 -> 4: deregistered; only the receive buffer goes, the transmit buffer
@@ -165,6 +166,7 @@ TEST_F(PortTest, AdminStatusTransitionsMoveBuffersAndRegistrations) {
   EXPECT_EQ(p->notificationEnable, 2);
   EXPECT_EQ(p->adminStatus, 4);
   EXPECT_EQ(p->basicTlvTxEnabled, 0);
+  EXPECT_EQ(p->protocolIdTxEnable, 0);
   EXPECT_EQ(p->vlanNameTxEnable[3], 0);
   EXPECT_EQ(p->dot1TlvTxSupported, 0x0F);
   EXPECT_TRUE(sim::hasLine("Freeing port ge0/1 rx framebuffer...\r\n"));
@@ -310,10 +312,14 @@ TEST_F(PortTest, ConfigResetByReason) {
   p->notificationEnable = 1;
   p->basicTlvTxEnabled = 0x0F;
 
+  LldpPort* fresh = add(2);
+  ASSERT_EQ(lldpPortEntryInit(fresh, 3), 0);
+
   // Reason 0 (manual): disabled and enabled again in dflPortMode, fresh.
   applyReset(1, resetMsg(1, {attr(75, words({0, 1}))}));
   EXPECT_EQ(p->adminStatus, 3);
-  EXPECT_EQ(p->basicTlvTxEnabled, 0);
+  EXPECT_EQ(p->basicTlvTxEnabled, fresh->basicTlvTxEnabled);
+  EXPECT_NE(p->basicTlvTxEnabled, 0x0F);
   EXPECT_EQ(p->reinitDone, 1);
   EXPECT_EQ(p->notificationEnable, 0);
   bool logged = false;

@@ -77,6 +77,7 @@ struct IfSet {
   uint32_t unit;
   uint32_t objId;
   uint32_t value;  // the integer pointed to
+  bool proto;      // recorded by zorProtoSetApi rather than zorIfSetApi
 };
 const std::vector<IfSet>& ifSets();
 // Result code of zorIfSetApi for an object id (default 0).
@@ -86,6 +87,10 @@ void setIfSetResult(uint32_t objId, int rc);
 // zor_socket hands out descriptors from 3 upwards. The first packet socket
 // is the frame socket; the first netlink socket is the event socket.
 int openDescriptors();  // descriptors opened and not yet closed
+// The current frame and event sockets, -1 while none is open. Closing one
+// lets the next socket of its family take its place.
+int frameSocket();
+int eventSocket();
 struct SockOpt {
   int fd, level, name;
   std::vector<uint8_t> value;
@@ -121,6 +126,10 @@ void setSendResult(long result, int count = -1);
 void queueFrame(uint32_t unit, const std::vector<uint8_t>& bytes, bool withAux = true,
                 uint8_t auxByte16 = 0);
 void queueEvent(const std::vector<uint8_t>& msg);
+// zor_recvmsg (frame socket) and zor_recvfrom (event socket) return -1 when
+// their queue is empty or the descriptor is another one; both return the
+// bytes copied, cut to the caller's buffers, and fill the source address
+// (cut to its length, which is updated).
 size_t queuedFrames();
 size_t queuedEvents();
 

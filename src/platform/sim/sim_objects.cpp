@@ -150,11 +150,11 @@ int zorIfGetApi(uint32_t unit, uint32_t objId, void* out) {
 }
 
 namespace {
-int recordSet(uint32_t unit, uint32_t objId, const void* in) {
+int recordSet(uint32_t unit, uint32_t objId, const void* in, bool proto) {
   State& s = st();
   uint32_t v = 0;
   if (in) std::memcpy(&v, in, sizeof(v));
-  s.ifSets.push_back({unit, objId, v});
+  s.ifSets.push_back({unit, objId, v, proto});
   auto it = s.ifSetResults.find(objId);
   return it == s.ifSetResults.end() ? 0 : it->second;
 }
@@ -163,13 +163,13 @@ int recordSet(uint32_t unit, uint32_t objId, const void* in) {
 int zorIfSetApi(uint32_t unit, uint32_t objId, void* in) {
   int rc = -1;
   if (enter(Fn::zorIfSetApi, &rc)) return rc;
-  return recordSet(unit, objId, in);
+  return recordSet(unit, objId, in, false);
 }
 
 int zorProtoSetApi(uint32_t unit, uint32_t objId, void* in) {
   int rc = -1;
   if (enter(Fn::zorProtoSetApi, &rc)) return rc;
-  return recordSet(unit, objId, in);
+  return recordSet(unit, objId, in, true);
 }
 
 int zorScalarGetApi(uint32_t unit, uint32_t objId, void* out) {

@@ -48,6 +48,8 @@ size_t copyCut(void* dst, size_t cap, const void* src, size_t len) {
 namespace sim {
 
 int openDescriptors() { return st().openCount; }
+int frameSocket() { return st().frameFd; }
+int eventSocket() { return st().eventFd; }
 const std::vector<SockOpt>& sockOpts() { return st().sockOpts; }
 const std::vector<Bind>& binds() { return st().binds; }
 const std::vector<SentFrame>& sentFrames() { return st().sent; }

@@ -228,48 +228,67 @@ TEST_F(SimTest, CmdSyncCopiesOnlyBufferDescriptors) {
   EXPECT_EQ(sim::cmdSyncs()[1].value, 9u);
 }
 
-// Every platform call has a definition in the simulated platform.
-TEST(SimLink, EveryPlatformCallIsDefined) {
-  const void* fns[] = {
-      reinterpret_cast<const void*>(&silOptRead), reinterpret_cast<const void*>(&silCreateTask),
-      reinterpret_cast<const void*>(&silExDeleteTask), reinterpret_cast<const void*>(&silSleep),
-      reinterpret_cast<const void*>(&silCreateMSem), reinterpret_cast<const void*>(&silTakeSem),
-      reinterpret_cast<const void*>(&silGiveSem), reinterpret_cast<const void*>(&silDeleteSem),
-      reinterpret_cast<const void*>(&silMalloc), reinterpret_cast<const void*>(&silCalloc),
-      reinterpret_cast<const void*>(&silFree), reinterpret_cast<const void*>(&silGetUpTime),
-      reinterpret_cast<const void*>(&silGetMonoMs),
-      reinterpret_cast<const void*>(&silCatchSegFault),
-      reinterpret_cast<const void*>(&zor_socket), reinterpret_cast<const void*>(&zor_bind),
-      reinterpret_cast<const void*>(&zor_setsockopt), reinterpret_cast<const void*>(&zor_select),
-      reinterpret_cast<const void*>(&zor_recvmsg), reinterpret_cast<const void*>(&zor_recvfrom),
-      reinterpret_cast<const void*>(&zor_sendto), reinterpret_cast<const void*>(&zor_close),
-      reinterpret_cast<const void*>(&zorNetlinkSGrpSend),
-      reinterpret_cast<const void*>(&zorIfGetApi), reinterpret_cast<const void*>(&zorIfSetApi),
-      reinterpret_cast<const void*>(&zorScalarGetApi),
-      reinterpret_cast<const void*>(&zorIfUnit2Name),
-      reinterpret_cast<const void*>(&zorIfIndex2Name),
-      reinterpret_cast<const void*>(&zorIndexTrans),
-      reinterpret_cast<const void*>(&zorSelfSysIndex),
-      reinterpret_cast<const void*>(&zorIpGetFirst),
-      reinterpret_cast<const void*>(&zorProtoSetApi), reinterpret_cast<const void*>(&poeIfGetApi),
-      reinterpret_cast<const void*>(&voiceVlanIfGetApi),
-      reinterpret_cast<const void*>(&voiceVlanScalarGetApi),
-      reinterpret_cast<const void*>(&snmpScalarGetApi),
-      reinterpret_cast<const void*>(&zorHwilScalarGet),
-      reinterpret_cast<const void*>(&zorHwilScalarSet),
-      reinterpret_cast<const void*>(&zorHwilSlotGet),
-      reinterpret_cast<const void*>(&zorHwilCardGet),
-      reinterpret_cast<const void*>(&zorCardUpPcsSet),
-      reinterpret_cast<const void*>(&zorHwilCmdSyncApi),
-      reinterpret_cast<const void*>(&icmProcTcpInit),
-      reinterpret_cast<const void*>(&loggingDebugOutput),
-      reinterpret_cast<const void*>(&loggingLogOutput),
-      reinterpret_cast<const void*>(&send_lldp_trap),
-      reinterpret_cast<const void*>(&send_lldpmed_trap),
-      reinterpret_cast<const void*>(&procArgsInit), reinterpret_cast<const void*>(&procShellInit),
-      reinterpret_cast<const void*>(&patchSignalHandler),
-      reinterpret_cast<const void*>(&silIgnoreSignal)};
-  for (const void* f : fns) EXPECT_NE(f, nullptr);
+TEST_F(SimTest, SendsAreRecordedFromTheLinkLayerAddressUnlessRefused) {
+  int fd = zor_socket(ZOR_AF_PACKET, ZOR_SOCK_RAW, 0);
+  ASSERT_EQ(sim::frameSocket(), fd);
+  std::vector<uint8_t> frame = lldpFrame(60);
+  ZorSockAddrLl to{};
+  to.family = ZOR_AF_PACKET;
+  to.protocol = 0x88CC;
+  to.ifIndex = 12;
+  sim::advanceMs(2500);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), 60);
+  sim::setSendResult(-1, 1);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), -1);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), 60);
+  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, 12), -1);  // short address
+  ASSERT_EQ(sim::sentFrames().size(), 2u);
+  const sim::SentFrame& f = sim::sentFrames()[0];
+  EXPECT_EQ(f.unit, 12u);
+  EXPECT_EQ(f.protocol, 0x88CC);
+  EXPECT_EQ(f.addr.size(), 20u);
+  EXPECT_EQ(f.bytes, frame);
+  EXPECT_EQ(f.atMs, 2500u);
+}
+
+TEST_F(SimTest, SemaphoreDepthCountsUnbalancedTakes) {
+  uint32_t sem = silCreateMSem(0);
+  ASSERT_NE(sem, 0u);
+  EXPECT_EQ(silTakeSem(sem, -1), 0);
+  EXPECT_EQ(silTakeSem(sem, -1), 0);
+  EXPECT_EQ(silGiveSem(sem), 0);
+  EXPECT_EQ(sim::semaphoreDepth(), 1);
+  EXPECT_EQ(silGiveSem(sem), 0);
+  EXPECT_NE(silGiveSem(sem), 0);  // nothing left to give
+  EXPECT_EQ(sim::semaphoreDepth(), 0);
+  EXPECT_EQ(silDeleteSem(sem), 0);
+  EXPECT_EQ(sim::liveSemaphores(), 0);
+  EXPECT_NE(silTakeSem(sem, -1), 0);
 }
 
 }  // namespace
+
+// Link-time check: every platform call has a definition in the simulated
+// platform, so a missing one fails to link here rather than in someone
+// else's test. External linkage keeps the references from being dropped.
+#define SIM_ADDR(f) reinterpret_cast<const void*>(&f)
+extern const void* const gSimEveryPlatformCall[];
+const void* const gSimEveryPlatformCall[] = {
+    SIM_ADDR(silOptRead), SIM_ADDR(silCreateTask), SIM_ADDR(silExDeleteTask), SIM_ADDR(silSleep),
+    SIM_ADDR(silCreateMSem), SIM_ADDR(silTakeSem), SIM_ADDR(silGiveSem), SIM_ADDR(silDeleteSem),
+    SIM_ADDR(silMalloc), SIM_ADDR(silCalloc), SIM_ADDR(silFree), SIM_ADDR(silGetUpTime),
+    SIM_ADDR(silGetMonoMs), SIM_ADDR(silCatchSegFault), SIM_ADDR(zor_socket), SIM_ADDR(zor_bind),
+    SIM_ADDR(zor_setsockopt), SIM_ADDR(zor_select), SIM_ADDR(zor_recvmsg),
+    SIM_ADDR(zor_recvfrom), SIM_ADDR(zor_sendto), SIM_ADDR(zor_close),
+    SIM_ADDR(zorNetlinkSGrpSend), SIM_ADDR(zorIfGetApi), SIM_ADDR(zorIfSetApi),
+    SIM_ADDR(zorScalarGetApi), SIM_ADDR(zorIfUnit2Name), SIM_ADDR(zorIfIndex2Name),
+    SIM_ADDR(zorIndexTrans), SIM_ADDR(zorSelfSysIndex), SIM_ADDR(zorIpGetFirst),
+    SIM_ADDR(zorProtoSetApi), SIM_ADDR(poeIfGetApi), SIM_ADDR(voiceVlanIfGetApi),
+    SIM_ADDR(voiceVlanScalarGetApi), SIM_ADDR(snmpScalarGetApi), SIM_ADDR(zorHwilScalarGet),
+    SIM_ADDR(zorHwilScalarSet), SIM_ADDR(zorHwilSlotGet), SIM_ADDR(zorHwilCardGet),
+    SIM_ADDR(zorCardUpPcsSet), SIM_ADDR(zorHwilCmdSyncApi), SIM_ADDR(icmProcTcpInit),
+    SIM_ADDR(loggingDebugOutput), SIM_ADDR(loggingLogOutput), SIM_ADDR(send_lldp_trap),
+    SIM_ADDR(send_lldpmed_trap), SIM_ADDR(procArgsInit), SIM_ADDR(procShellInit),
+    SIM_ADDR(patchSignalHandler), SIM_ADDR(silIgnoreSignal),
+};
+#undef SIM_ADDR

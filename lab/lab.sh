@@ -1,0 +1,127 @@
+#!/usr/bin/env bash
+# The LLDP lab: three network namespaces in a line,
+#
+#     lab-a [to-b] ---- [to-a] lab-b [to-c] ---- [to-b] lab-c
+#
+# joined by veth links, one lldpagent in each with its own options file,
+# command socket and log. Waits until the agents have learnt each other,
+# prints what each one learnt (from its trace lines), and takes everything
+# away again, also on Ctrl-C or failure.
+#
+#   lab/lab.sh up      build the lab, show it, take it down (KEEP=1: leave it running)
+#   lab/lab.sh down    take a running lab away
+#
+# Needs root and iproute2. Never touches the host's own interfaces.
+set -u
+
+ROOT=$(cd "$(dirname "$0")/.." && pwd)
+AGENT=${AGENT:-${LLDP_BUILD_DIR:-$ROOT/build}/lldpagent}
+DIR=${LAB_DIR:-/tmp/lldplab}
+KEEP=${KEEP:-0}
+WAIT=${WAIT:-90}
+NODES="a b c"
+
+ns() { echo "lldplab-$1"; }
+
+down() {
+  if [ -d "$DIR" ]; then
+    for f in "$DIR"/*.pid; do
+      [ -e "$f" ] || continue
+      pid=$(cat "$f")
+      kill "$pid" 2>/dev/null
+    done
+    sleep 0.3
+    for f in "$DIR"/*.pid; do
+      [ -e "$f" ] || continue
+      kill -9 "$(cat "$f")" 2>/dev/null
+      rm -f "$f"
+    done
+  fi
+  for n in $NODES; do
+    ip netns del "$(ns "$n")" 2>/dev/null
+  done
+  return 0
+}
+
+fail() {
+  echo "lab: $*" >&2
+  exit 1
+}
+
+up() {
+  [ "$(id -u)" -eq 0 ] || fail "needs root (network namespaces)"
+  command -v ip >/dev/null || fail "needs iproute2 (ip)"
+  [ -x "$AGENT" ] || fail "no agent at $AGENT (run make build first)"
+  for n in $NODES; do
+    ip netns list | grep -qw "$(ns "$n")" && fail "a lab is already running (make lab-down)"
+  done
+
+  trap 'down; exit 130' INT TERM
+  trap '[ "$KEEP" = 1 ] && [ "${ok:-0}" = 1 ] || down' EXIT
+  mkdir -p "$DIR"
+  rm -f "$DIR"/*.log "$DIR"/*.sock
+
+  for n in $NODES; do
+    ip netns add "$(ns "$n")" || fail "cannot create namespace $(ns "$n")"
+    ip -n "$(ns "$n")" link set lo up
+  done
+  ip link add to-b netns "$(ns a)" type veth peer name to-a netns "$(ns b)" || fail "veth a-b"
+  ip link add to-c netns "$(ns b)" type veth peer name to-b netns "$(ns c)" || fail "veth b-c"
+  ip -n "$(ns a)" addr add 192.0.2.1/24 dev to-b
+  ip -n "$(ns b)" addr add 192.0.2.2/24 dev to-a
+  ip -n "$(ns b)" addr add 198.51.100.2/24 dev to-c
+  ip -n "$(ns c)" addr add 198.51.100.3/24 dev to-b
+  for n in $NODES; do
+    for dev in $(ip -n "$(ns "$n")" -o link show type veth | awk -F': ' '{sub(/@.*/, "", $2); print $2}'); do
+      ip -n "$(ns "$n")" link set "$dev" up
+    done
+  done
+
+  for n in $NODES; do
+    cat > "$DIR/$n.conf" <<EOF
+# lab agent $n
+lldp.enable = true
+lldp.maxifnum = 8
+lldp.defaultportmode = rxtx
+host.sysname = lab-$n
+host.cmdsocket = $DIR/$n.sock
+EOF
+    ip netns exec "$(ns "$n")" "$AGENT" -c "$DIR/$n.conf" -d 0x121 >"$DIR/$n.log" 2>&1 &
+    echo $! >"$DIR/$n.pid"
+  done
+
+  echo "lab: agents started in $(for n in $NODES; do printf '%s ' "$(ns "$n")"; done)"
+  echo "lab: waiting (up to ${WAIT}s) until every agent has learnt its neighbours..."
+  want_a=1 want_b=2 want_c=1
+  start=$(date +%s)
+  while :; do
+    done_all=1
+    for n in $NODES; do
+      kill -0 "$(cat "$DIR/$n.pid")" 2>/dev/null || { tail -5 "$DIR/$n.log" >&2; fail "agent $n died"; }
+      eval want=\$want_$n
+      got=$(grep -c "New MSAP Cache Miss" "$DIR/$n.log" 2>/dev/null)
+      [ "${got:-0}" -ge "$want" ] || done_all=0
+    done
+    [ $done_all = 1 ] && break
+    [ $(( $(date +%s) - start )) -ge "$WAIT" ] && { ok=0; break; }
+    sleep 1
+  done
+
+  echo "lab: what each agent learnt:"
+  for n in $NODES; do
+    awk -v agent="lab-$n" -f "$ROOT/lab/learnt.awk" "$DIR/$n.log"
+  done
+  [ "${done_all}" = 1 ] || fail "not every agent learnt its neighbours within ${WAIT}s (logs in $DIR)"
+  ok=1
+  if [ "$KEEP" = 1 ]; then
+    echo "lab: left running (logs and sockets in $DIR); 'make lab-down' takes it away"
+  else
+    echo "lab: taking it down"
+  fi
+}
+
+case "${1:-up}" in
+  up) up ;;
+  down) down ;;
+  *) echo "usage: $0 [up|down]" >&2; exit 2 ;;
+esac

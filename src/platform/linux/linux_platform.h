@@ -1,0 +1,137 @@
+// The Linux platform's own shared pieces: the options store, the link table
+// kept by the routing-netlink thread, the platform message encoder and the
+// command-server framing. Nothing above src/platform/ includes this header.
+//
+// Locks: the options store is written once before any thread starts and is
+// read-only afterwards. The link table has its own mutex (linkTableLock); the
+// accessors below take it themselves and hand out copies.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace lnx {
+
+// ---- Options file ----------------------------------------------------------
+struct OptError {
+  std::string file;
+  int line = 0;  // 0 when the file itself could not be read
+  std::string reason;
+};
+
+// Parses `key = value` text; `#` starts a comment. Fills errors (fatal) and
+// warnings (unknown keys). Returns true when the text had no fatal error.
+bool optParse(const std::string& text, const std::string& file,
+              std::vector<std::pair<std::string, std::string>>* out,
+              std::vector<OptError>* errors, std::vector<OptError>* warnings);
+// Loads the options file into the store. Returns false (with *err) when the
+// file cannot be read or is malformed; unknown keys are printed as warnings.
+bool optLoadFile(const std::string& path, OptError* err);
+// Sets (or replaces) one option in the store.
+void optSet(const std::string& key, const std::string& value);
+void optClear();
+// Looks an option up; true when present.
+bool optGet(const std::string& key, std::string* value);
+std::string optString(const std::string& key, const std::string& dflt);
+long optLong(const std::string& key, long dflt);
+bool optBool(const std::string& key, bool dflt);
+bool optKnownKey(const std::string& key);
+
+// ---- Link table --------------------------------------------------------------
+// One entry per Linux interface of the agent's namespace (ports and others).
+struct Link {
+  uint32_t ifindex = 0;
+  std::string name;
+  std::string kind;      // IFLA_INFO_KIND ("veth", "bond", ""...)
+  std::string alias;
+  uint16_t arpType = 0;  // ARPHRD_*
+  uint32_t flags = 0;    // IFF_*
+  uint32_t mtu = 0;      // Linux MTU
+  uint8_t mac[6] = {0, 0, 0, 0, 0, 0};
+  uint32_t master = 0;   // ifindex of the master device, 0 = none
+  bool isPort = false;   // chosen by the name patterns
+  bool isMgmt = false;   // the management Ethernet interface
+  bool gone = false;     // deleted; kept so that the removal can be translated
+};
+
+// Port choice by name patterns and kind (host.ports, host.exclude).
+bool linkIsPortCandidate(const Link& l);
+bool linkOperUp(const Link& l);
+
+bool linkGet(uint32_t ifindex, Link* out);
+std::vector<Link> linkAll();
+// Replaces an entry (the netlink thread and tests).
+void linkPut(const Link& l);
+void linkMarkGone(uint32_t ifindex);
+void linkTableClear();
+// One synchronous dump of the kernel's links (ports chosen as above),
+// without touching the table.
+std::vector<Link> linkScan();
+
+// ---- Platform messages ---------------------------------------------------------
+// Encoders of the interface messages written on the agent's event socket.
+std::vector<uint8_t> msgLinkRegister(uint32_t unit);
+std::vector<uint8_t> msgLinkRemove(uint32_t unit);
+struct LinkChange {
+  bool oper = false;
+  uint8_t operValue = 0;  // 1 up, 2 down
+  bool mtu = false;
+  uint32_t mtuValue = 0;  // largest frame (Linux MTU + 18)
+  bool mac = false;
+  uint8_t macValue[6] = {0, 0, 0, 0, 0, 0};
+  uint32_t joinAgg = 0;  // aggregation unit joined, 0 = none
+  uint32_t quitAgg = 0;  // aggregation unit left, 0 = none
+};
+// Returns an empty vector when nothing changed.
+std::vector<uint8_t> msgLinkChange(uint32_t unit, const LinkChange& c);
+// The messages for one netlink link report, given the previous entry (null
+// when the interface was not known) and the new one. Updates nothing.
+std::vector<std::vector<uint8_t>> msgsForLink(const Link* before, const Link& after);
+
+constexpr uint32_t kFrameOverhead = 18;  // Ethernet header, tag and FCS
+
+// Starts the routing-netlink thread writing to fd (one end of the event
+// socket pair). Returns 0 or -1.
+int netlinkThreadStart(int fd);
+
+// ---- Frame socket ---------------------------------------------------------------
+// The agent's frame socket (its Linux descriptor), -1 before it is opened.
+int frameSocketFd();
+// Joins (join = true) or leaves the LLDP destination group of an interface on
+// the frame socket for one reason (a bit of `reason`); the group is joined
+// while any reason holds.
+int frameGroupSet(uint32_t ifindex, uint32_t reason, bool join);
+bool frameGroupJoined(uint32_t ifindex);
+
+// ---- Command server framing -----------------------------------------------------
+constexpr uint32_t kCmdMagic = 0x4C4C4450;  // "LLDP"
+constexpr uint32_t kCmdHeaderLen = 32;
+constexpr uint32_t kCmdReplyHeaderLen = 20;
+constexpr uint32_t kCmdMaxData = 65536;
+constexpr uint32_t kCmdFlagBuffer = 1;
+
+struct CmdRequest {
+  uint32_t op = 0;
+  uint32_t index = 0;
+  uint32_t objId = 0;
+  uint32_t flags = 0;
+  uint32_t value = 0;
+  uint32_t len = 0;
+  std::vector<uint8_t> data;
+};
+// Decodes one request from buf (n bytes). Returns the request length used
+// (> 0), 0 when more bytes are needed, -1 when the request is malformed.
+long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req);
+std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req);
+// Runs one request against a handler table and returns the reply bytes.
+// Removes the command socket's path (at exit; async-signal-safe).
+void cmdSocketUnlink();
+std::vector<uint8_t> cmdExecute(const void* table, uint32_t count, const CmdRequest& req);
+
+// ---- Logging ------------------------------------------------------------------
+void logUseSyslog(bool on);
+// Formats a time stamp and module name and writes complete lines.
+void logWrite(uint32_t module, const char* text);
+
+}  // namespace lnx
