@@ -46,9 +46,11 @@ fuzz: deps
 	@for f in fuzz/*_fuzz.cpp; do [ -e "$$f" ] || continue; n=$$(basename $$f .cpp); \
 	  mkdir -p build-fuzz/corpus/$$n; \
 	  echo "fuzz: $$n for $(FUZZ_SECONDS)s"; \
-	  build-fuzz/fuzz/$$n -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
-	    build-fuzz/corpus/$$n $$( [ -d fuzz/corpus/$$n ] && echo fuzz/corpus/$$n ) 2>&1 | tail -n 5 \
-	    || exit 1; done
+	  build-fuzz/fuzz/$$n -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=build-fuzz/ \
+	    build-fuzz/corpus/$$n $$( [ -d fuzz/corpus/$$n ] && echo fuzz/corpus/$$n ) \
+	    > build-fuzz/$$n.log 2>&1; rc=$$?; tail -n 5 build-fuzz/$$n.log; \
+	  if [ $$rc -ne 0 ]; then echo "fuzz: $$n found a problem (exit $$rc), see build-fuzz/$$n.log" >&2; \
+	    grep -m1 -A30 "ERROR" build-fuzz/$$n.log >&2; exit 1; fi; done
 
 bench: build
 	@for b in $(BUILD)/bench/*_bench; do [ -x "$$b" ] && "$$b"; done

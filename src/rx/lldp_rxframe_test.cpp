@@ -22,76 +22,26 @@ struct RejectCase {
   const char* trace;  // a line the rejection must print (or null)
 };
 
-Frame base() { return Frame().head(); }
 
 std::vector<RejectCase> rejectCases() {
   std::vector<RejectCase> v;
-  const Delta filtered{1, 0, 0, 0}, badFrame{1, 1, 1, 0}, badTlv{1, 1, 1, 1};
-  v.push_back({"WrongDestination", Frame({0x01, 0x80, 0xC2, 0, 0, 0x03}).head().end(), 255, filtered,
-               "This frame is incorrectly addressed to: 01.80.c2.00.00.03\r\n"});
-  v.push_back({"WrongEtherType", Frame({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CD).head().end(),
-               255, filtered, "this frame tpid=0x88cd, sysTpid=0x8100.\r\n"});
-  v.push_back({"FirstTlvIsPortId", Frame().port("p").chassis("c").ttl(5).end(), 2, badFrame,
-               "TLV number 1 should have tlv_type 1, but is actually 2\r\n"});
+  const Delta badFrame{1, 1, 1, 0}, badTlv{1, 1, 1, 1};
+  // Every rejection rule is also crossed by the scapy-crafted frames
+  // (tests/rx_scapy_test.cpp); these are the ones an independent encoder
+  // cannot express cleanly, or that guard the buffer bounds.
   v.push_back({"EndBeforeTtl", Frame().chassis("c").port("p").end(), 2, badFrame,
                "TLV number 3 should have tlv_type 3, but is actually 0\r\n"});
-  v.push_back({"NoEndTlv", base(), 3, badTlv,
-               "some mandatory tlv are missing for frame received on port ge1 \r\n"});
   v.push_back({"TlvOverrunsFrameByOne", Frame().head().raw(5, 4, str("abc")), 2, badFrame,
                "Received a bad TLV:  1 bytes too long!  Frame will be skipped.\r\n"});
-  v.push_back({"TtlLengthOne", Frame().chassis("c").port("p").tlv(3, {9}).end(), 3, badTlv,
-               "TTL TLV has an invalid length! Should be '2', but is:1\r\n"});
-  v.push_back({"ChassisLengthOne", Frame().tlv(1, {4}).port("p").ttl(1).end(), 3, badTlv,
-               "ChassisID TLV invalid length:1 received on port ge1 \r\n"});
-  v.push_back({"ChassisSubtypeZero", Frame().chassis("c", 0).port("p").ttl(1).end(), 2, badFrame,
-               "unknown subtype for chassid tlv received on port ge1 \r\n"});
-  v.push_back({"PortSubtypeEight", Frame().chassis("c").port("p", 8).ttl(1).end(), 2, badFrame,
-               "unknown subtype for portid tlv received on  port ge1 \r\n"});
-  v.push_back({"EndWithLength", Frame().head().tlv(0, {0}), 3, badTlv,
-               "lldp end received with size not null on port ge1\r\n"});
-  v.push_back({"SysCapTooSmall", Frame().head().tlv(7, {0, 0x14, 0}).end(), 3, badTlv,
-               "SystemCap tlv too small received on port ge1 \r\n"});
-  v.push_back({"MgmtLengthEight", Frame().head().tlv(8, {5, 1, 10, 0, 0, 1, 2, 0}).end(), 3, badTlv,
-               "TLV has invalid length '8'.\r\n\tIt should be between 9 and 167 inclusive!\r\n"});
-  v.push_back({"MgmtIpv4StringFour", Frame().head().tlv(8, {4, 1, 10, 0, 0, 2, 0, 0, 0, 1, 0}).end(), 3,
-               badTlv, "management tlv too short received on port ge1 \r\n"});
-  v.push_back({"MgmtIpv6StringSixteen", Frame().head().tlv(8, [] { Bytes b{16, 2}; b.resize(20); return b; }()).end(), 3, badTlv,
-               "management tlv too short received on port ge1 \r\n"});
-  v.push_back({"MgmtOtherSubtypeOver32", Frame().head().tlv(8, Bytes(40, 33)).end(), 3, badTlv,
-               "management tlv too short received on port ge1\r\n"});
+  // One byte of a TLV header at the end of the frame: the missing byte is
+  // never read, the TLV overruns by one.
+  v.push_back({"TruncatedHeader", [] { Frame f; f.head().b.push_back(0x0A); return f; }(), 2, badFrame,
+               "Received a bad TLV:  1 bytes too long!  Frame will be skipped.\r\n"});
   // The address string claims more than the TLV holds: never read past it.
   v.push_back({"MgmtStringBeyondTlv", Frame().head().tlv(8, {30, 1, 10, 0, 0, 2, 2, 0, 0, 0, 1, 0}).end(),
                3, badTlv, "management tlv too short received on port ge1\r\n"});
   v.push_back({"MgmtOidBeyondTlv", Frame().head().tlv(8, {5, 1, 10, 0, 0, 2, 2, 0, 0, 0, 1, 9, 6}).end(),
                3, badTlv, "management tlv too short received on port ge1\r\n"});
-  v.push_back({"Dot1PvidTooShort", Frame().head().org(kDot1, 1, {0}).end(), 3, badTlv,
-               "too short org tlv received on port  ge1 \r\n"});
-  v.push_back({"Dot1PpvidEnabledNotSupported", Frame().head().org(kDot1, 2, {0x04, 0, 10}).end(), 3,
-               badTlv, "PPVID org tlv error received on port ge1 \r\n"});
-  v.push_back({"Dot1VlanNameTooShort", Frame().head().org(kDot1, 3, {0, 1}).end(), 3, badTlv,
-               "too short org tlv received on portge1 \r\n"});
-  v.push_back({"Dot1ProtoIdTooShort", Frame().head().org(kDot1, 4, {}).end(), 3, badTlv,
-               "too short org tlv received on port ge1\r\n"});
-  v.push_back({"Dot3MacPhyTooShort", Frame().head().org(kDot3, 1, {3, 0, 0, 0}).end(), 3, badTlv,
-               "too short mac/phy tlv received on port ge1 \r\n"});
-  v.push_back({"Dot3PowerTooShort", Frame().head().org(kDot3, 2, {7, 1}).end(), 3, badTlv,
-               "too short power tlv received on port ge1\r\n"});
-  v.push_back({"Dot3AggTooShort", Frame().head().org(kDot3, 3, {1, 0, 0, 0}).end(), 3, badTlv,
-               "too short aggreg tlv received on port ge1 \r\n"});
-  v.push_back({"Dot3MfsTooShort", Frame().head().org(kDot3, 4, {5}).end(), 3, badTlv,
-               "too short dot3Mfs tlv received on port ge1 \r\n"});
-  v.push_back({"MedCapTooShort", Frame().head().org(kMed, 1, {0, 0x33}).end(), 3, badTlv,
-               "too short LLDP-MED cap tlv received on port ge1\r\n"});
-  v.push_back({"MedPolicyTooShort", Frame().head().org(kMed, 2, {1, 0, 0}).end(), 3, badTlv,
-               "too short LLDP-MED policy tlv received on port ge1 \r\n"});
-  v.push_back({"MedLocationTooShort", Frame().head().org(kMed, 3, {2}).end(), 3, badTlv,
-               "too short LLDP-MED location tlv received on port ge1 \r\n"});
-  v.push_back({"MedPowerTooShort", Frame().head().org(kMed, 4, {0x51, 0}).end(), 3, badTlv,
-               "too short LLDP-MED PoE-MDI tlv received on port ge1 \r\n"});
-  v.push_back({"PrivCapTooShort", Frame().head().org(kPriv, 1, {0}).end(), 3, badTlv,
-               "too short LLDP-ZOR cap tlv received on port ge1 \r\n"});
-  v.push_back({"PrivInventoryTooShort", Frame().head().org(kPriv, 5, {}).end(), 3, badTlv,
-               "too short LLDP-ZOR inventory(subtype:5) tlv received on port ge1\r\n"});
   return v;
 }
 

@@ -75,13 +75,6 @@ TEST(TlvList, FailedNodeAllocationFreesTheTlv) {
   lldpDestroyTlv(nullptr);
 }
 
-TEST(TlvNames, TableKeepsItsSpelling) {
-  EXPECT_STREQ(lldpTlvName(0), "End Of LLDPDU");
-  EXPECT_STREQ(lldpTlvName(7), "System Capabiltiies");
-  EXPECT_STREQ(lldpTlvName(127), "Organizationally Specific");
-  EXPECT_STREQ(lldpTlvName(9), "Unknown");
-}
-
 TEST(ReverseBits, WholeStringIsMirrored) {
   struct Case {
     Bytes in, out;

@@ -126,6 +126,16 @@ struct Agent {
     gLldpInfo.debugFlags = 0x1FF;  // every trace, so that tests see them
     sim::clearLogLines();
   }
+  ~Agent() {
+    sim::failAllocation(0);
+    for (LldpPort* p : ports) {
+      lldpPortMsapCleanup(p);
+      lldpPortEntryDel(p);
+    }
+    silMemPoolDestroy(&gLldpInfo.portPool);
+  }
+  Agent(const Agent&) = delete;
+  Agent& operator=(const Agent&) = delete;
   LldpPort* port(int i = 1) { return ports[static_cast<size_t>(i - 1)]; }
 
   // Hands a frame to a port as the protocol task does; returns the result.

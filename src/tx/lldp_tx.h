@@ -9,8 +9,10 @@
 // and takes the size off tx.freesize, and returns 0. A frame whose flags carry
 // the overflow bit at the end of construction is not sent.
 //
-// Buffer contract: tx.frame holds at least max(mtu, 64) bytes, since frames
-// shorter than 64 bytes are padded with zeros up to 64.
+// Buffer contract: tx.frame holds txSize bytes, at least 64, since frames
+// shorter than 64 bytes are padded with zeros up to 64. A frame is bounded by
+// the mtu and, when txSize is smaller (an MTU change that could not get a
+// bigger buffer), by txSize.
 //
 // REQUIRES: lldpLock held by the caller of every function declared here.
 #pragma once

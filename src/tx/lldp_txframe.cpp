@@ -83,6 +83,24 @@ int txFrameHeader(LldpPort* port) {
   return 0;
 }
 
+// Calls fn for every VLAN id whose bit is set in a 512-byte VLAN bitmap, in
+// ascending order (bit n, MSB first, is VLAN n + 1). Most of a bitmap is
+// zero: it is scanned a word at a time.
+template <typename Fn>
+void txForEachVid(const uint8_t (&bits)[512], Fn fn) {
+  for (uint32_t w = 0; w < 512; w += 8) {
+    uint64_t word;
+    std::memcpy(&word, bits + w, 8);
+    if (word == 0) continue;
+    for (uint32_t i = w; i < w + 8; ++i) {
+      const uint8_t b = bits[i];
+      if (b == 0) continue;
+      for (uint32_t j = 0; j < 8; ++j)
+        if (b & (0x80u >> j)) fn(static_cast<uint16_t>(8 * i + j + 1));
+    }
+  }
+}
+
 // Short frames go out as 64 bytes; the tail is cleared so that no stale
 // buffer content leaves the box.
 void txPadMinimum(LldpPort* port) {
@@ -294,25 +312,18 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
   if (ext & LLDP_EXT_DOT1) {
     if (port->pvidTxEnable == 1) lldpDot1PvidTlv(port);
     if (port->juniperTlvTxEnable == 1) lldpJuniperTlv(port);
-    for (uint32_t i = 0; i < sizeof port->ppvidTxEnable; ++i) {
-      const uint8_t b = port->ppvidTxEnable[i];
-      if (b == 0) continue;
-      for (uint32_t j = 0; j < 8; ++j)
-        if (b & (0x80u >> j)) lldpDot1PpvidTlv(port, static_cast<uint16_t>(8 * i + j + 1));
-    }
-    for (uint32_t i = 0; i < sizeof port->vlanNameTxEnable; ++i) {
-      const uint8_t b = port->vlanNameTxEnable[i];
-      if (b == 0) continue;
-      for (uint32_t j = 0; j < 8; ++j)
-        if (b & (0x80u >> j)) lldpDot1VlanNameTlv(port, static_cast<uint16_t>(8 * i + j + 1));
-    }
+    txForEachVid(port->ppvidTxEnable, [port](uint16_t vid) { lldpDot1PpvidTlv(port, vid); });
+    txForEachVid(port->vlanNameTxEnable, [port](uint16_t vid) { lldpDot1VlanNameTlv(port, vid); });
     if (port->protocolIdTxEnable == 1) {
       uint8_t bitmap[32] = {};
       uint32_t len = sizeof bitmap;
       if (lldpDot1PortGetProtoState(port->unit, bitmap, &len) == 0) {
         if (len > sizeof bitmap) len = sizeof bitmap;
-        for (uint32_t n = 0; n < 8 * len; ++n)
-          if (lldpBitTest(bitmap, n)) lldpDot1ProtoTlv(port, n);
+        for (uint32_t i = 0; i < len; ++i) {
+          if (bitmap[i] == 0) continue;
+          for (uint32_t j = 0; j < 8; ++j)
+            if (bitmap[i] & (0x80u >> j)) lldpDot1ProtoTlv(port, 8 * i + j);
+        }
       }
     }
   }

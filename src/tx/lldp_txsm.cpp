@@ -2,9 +2,11 @@
 // with the LLDP-MED fast start of ANSI/TIA-1057.
 //
 // The protocol task's one-second tick calls lldpTxStatemachineRun for each
-// port that may transmit. One run makes at most one transition
+// port that may transmit. One run makes at most one conditional transition
 // (txGlobalStatemachineRun), performs the new state's action, and then steps
-// the timers (lldpTxUpdateTimers). Timers are whole-second counters in the
+// the timers (lldpTxUpdateTimers). The one exception is TX_INFO_FRAME, whose
+// exit to TX_IDLE is unconditional and, as in IEEE 802.1AB, taken at once
+// after the frame is sent. Timers are whole-second counters in the
 // port record; 0 means expired. medFastStart is not a timer: it counts the
 // fast-start frames still to send.
 //
@@ -27,6 +29,16 @@ bool txDisabled(const LldpPort* port) {
 void txMoveTo(LldpPort* port, uint8_t to, const char* fmt) {
   LLDP_TRACE(LLDP_TRC_TX, fmt, txStateFromID(port->txState), txStateFromID(to));
   port->txState = to;
+}
+
+// The TX_IDLE entry action: reload the TTL and the timers.
+void txEnterIdle(LldpPort* port) {
+  const uint32_t ttl = static_cast<uint32_t>(port->msgTxInterval) * port->msgTxHold;
+  port->txTTL = static_cast<uint16_t>(ttl > 65535 ? 65535 : ttl);
+  port->txTTR = port->msgTxInterval;
+  port->somethingChangedLocal = 0;
+  // Fast start sends one frame a second.
+  port->txDelayWhile = port->medFastStart != 0 ? 1 : port->txDelay;
 }
 
 }  // namespace
@@ -140,14 +152,7 @@ int lldpTxStatemachineRun(LldpPort* port) {
       lldpTxInitialize(port);
       break;
     case TX_IDLE:
-      if (before != TX_IDLE) {
-        const uint32_t ttl = static_cast<uint32_t>(port->msgTxInterval) * port->msgTxHold;
-        port->txTTL = static_cast<uint16_t>(ttl > 65535 ? 65535 : ttl);
-        port->txTTR = port->msgTxInterval;
-        port->somethingChangedLocal = 0;
-        // Fast start sends one frame a second.
-        port->txDelayWhile = port->medFastStart != 0 ? 1 : port->txDelay;
-      }
+      if (before != TX_IDLE) txEnterIdle(port);
       break;
     case TX_SHUTDOWN_FRAME:
       if (before != TX_SHUTDOWN_FRAME) {
@@ -164,6 +169,11 @@ int lldpTxStatemachineRun(LldpPort* port) {
         lldpTxFrame(port);
         if (port->medFastStart != 0) --port->medFastStart;
       }
+      // Back to TX_IDLE in the same run: the timers reload on the tick that
+      // sent, so frames leave every msgTxInterval seconds, fast-start frames
+      // one second apart, and never two within txDelay.
+      txMoveTo(port, TX_IDLE, "%s -> %s\r\n");
+      txEnterIdle(port);
       break;
     default:
       LLDP_TRACE(LLDP_TRC_TX, "The TX State Machine is broken!\r\n");

@@ -1,10 +1,10 @@
 // Transmit state machine against the simulated clock: periodic frames,
 // txDelay, LLDP-MED fast start, the shutdown frame and reinitDelay, counting.
 //
-// One run of the machine makes one transition, so TX_INFO_FRAME -> TX_IDLE
-// takes a tick of its own and txTTR is loaded on that tick: information
-// frames leave msgTxInterval + 1 ticks apart, and the fastest spacing the
-// machine allows (txDelayWhile 1 during fast start) is two ticks.
+// TX_INFO_FRAME returns to TX_IDLE on the tick that sent, so information
+// frames leave msgTxInterval ticks apart, fast-start frames one tick apart,
+// and changes never closer than txDelay. The first tick only leaves
+// TX_LLDP_INITIALIZE.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -50,7 +50,7 @@ TEST_F(TxMachine, PeriodicFramesAndTtl) {
   // Entering TX_IDLE clears the change flag set by initialisation, so the
   // first frame waits for txTTR like every later one.
   EXPECT_EQ(at[0], gLldpInfo.msgTxInterval + 1u);
-  for (uint64_t g : gaps(at)) EXPECT_EQ(g, gLldpInfo.msgTxInterval + 1u);
+  for (uint64_t g : gaps(at)) EXPECT_EQ(g, gLldpInfo.msgTxInterval);
   EXPECT_EQ(port->txTTL, 120);
   EXPECT_EQ(ttlOf(sim::sentFrames().back().bytes), 120);
   EXPECT_EQ(port->statsFramesOutTotal, at.size());
@@ -68,8 +68,7 @@ TEST_F(TxMachine, LocalChangesNeverSendTwoWithinTxDelay) {
   const auto g = gaps(sendSeconds());
   ASSERT_GE(g.size(), 5u);
   for (uint64_t x : g) {
-    EXPECT_GT(x, gLldpInfo.txDelay);
-    EXPECT_EQ(x, gLldpInfo.txDelay + 1u);
+    EXPECT_EQ(x, gLldpInfo.txDelay);
   }
 }
 
@@ -82,10 +81,10 @@ TEST_F(TxMachine, MedFastStartThenNormalSpacing) {
   for (int i = 0; i < 80; ++i) tick(port.get());
   const auto g = gaps(sendSeconds());
   ASSERT_GE(g.size(), 5u);
-  // Four fast-start frames as close as the machine can send them, then the
-  // regular interval.
+  // Four fast-start frames one second apart, then the regular interval.
+  EXPECT_EQ(sendSeconds().front(), 2u);
   EXPECT_EQ(std::vector<uint64_t>(g.begin(), g.begin() + 4),
-            (std::vector<uint64_t>{2, 2, 2, gLldpInfo.msgTxInterval + 1u}));
+            (std::vector<uint64_t>{1, 1, 1, gLldpInfo.msgTxInterval}));
   EXPECT_EQ(port->medFastStart, 0);
 }
 
@@ -142,20 +141,24 @@ TEST_F(TxMachine, GlobalDisableTakesThePortDown) {
 }
 
 TEST_F(TxMachine, PortNotEnabledCyclesButSendsNothing) {
+  gLldpInfo.debugFlags = 0x104;
   txtest::Port port;
   port->portEnabled = 0;
-  std::vector<uint8_t> states;
+  std::vector<uint16_t> ttr;
   for (int i = 0; i < 70; ++i) {
     tick(port.get());
-    states.push_back(port->txState);
+    ttr.push_back(port->txTTR);
   }
   EXPECT_TRUE(sim::sentFrames().empty());
   EXPECT_EQ(port->statsFramesOutTotal, 0u);
-  // It still passes through TX_INFO_FRAME on schedule and reloads its timers.
-  EXPECT_EQ(std::count(states.begin(), states.end(), TX_INFO_FRAME), 2);
-  EXPECT_EQ(states[30], TX_INFO_FRAME);
-  EXPECT_EQ(states[31], TX_IDLE);
-  EXPECT_EQ(states[61], TX_INFO_FRAME);
+  // It still passes through TX_INFO_FRAME on schedule (ticks 31 and 61) and
+  // reloads its timers there.
+  EXPECT_EQ(sim::countLinesContaining(" TX_IDLE -> TX_INFO_FRAME\r\n"), 2u);
+  EXPECT_EQ(ttr[29], 0);
+  EXPECT_EQ(ttr[30], gLldpInfo.msgTxInterval - 1);
+  EXPECT_EQ(ttr[59], 0);
+  EXPECT_EQ(ttr[60], gLldpInfo.msgTxInterval - 1);
+  EXPECT_EQ(port->txState, TX_IDLE);
   EXPECT_EQ(port->somethingChangedLocal, 0);
 }
 
@@ -202,7 +205,7 @@ TEST_F(TxMachine, FrameCounting) {
   }
   EXPECT_TRUE(sim::sentFrames().empty());
   EXPECT_EQ(tiny->txState, TX_IDLE);
-  EXPECT_EQ(tiny->txTTR, gLldpInfo.msgTxInterval - 2);
+  EXPECT_EQ(tiny->txTTR, gLldpInfo.msgTxInterval - 1);
 }
 
 TEST_F(TxMachine, TracesAndBrokenState) {

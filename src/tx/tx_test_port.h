@@ -23,6 +23,8 @@ constexpr uint32_t kUnit = 5;
 constexpr uint32_t kIfIndex = 7;
 inline const std::vector<uint8_t> kPortMac = {0x00, 0x1b, 0x21, 0x0a, 0x0b, 0x0c};
 inline const std::vector<uint8_t> kSysMac = {0x00, 0x1b, 0x21, 0x00, 0x00, 0x01};
+// The private OUI the receive tests and fuzzer configure too, so that the
+// frames built here seed the private decoders.
 inline const std::vector<uint8_t> kPrivOui = {0x00, 0x1e, 0x73};
 constexpr uint32_t kEnterprise = 56789;
 

@@ -1,0 +1,299 @@
+// Round trip: every frame the transmit path builds, received on another
+// simulated port, decodes into a record whose fields equal the sender's
+// local values.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "frameio/lldp_frameio.h"
+#include "local/lldp_local.h"
+#include "local/lldp_oid.h"
+#include "port/lldp_mgmt_addr.h"
+#include "rx/lldp_msap.h"
+#include "rx/lldp_rx.h"
+#include "rx/rx_test_util.h"
+#include "tx/tx_test_port.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+Bytes bytes(const uint8_t* p, size_t n) { return p ? Bytes(p, p + n) : Bytes(); }
+
+// A receiving port built by hand, as the port table would give it.
+struct Receiver {
+  LldpPort r{};
+  Receiver() {
+    sim::addInterface(6, "ge-0/0/6", 8, {0x00, 0x1b, 0x21, 0x0a, 0x0b, 0x0d});
+    r.unit = 6;
+    r.ifIndex = 8;
+    r.mtu = r.rxSize = 1522;
+    r.rx.frame = static_cast<uint8_t*>(silMalloc(r.rxSize));
+    r.msapList.next = r.msapList.prev = &r.msapList;
+    r.portEnabled = 1;
+    r.portStatus = 1;
+    r.adminStatus = LLDP_ADMIN_TXRX;
+    r.rxState = RX_WAIT_FOR_FRAME;
+  }
+  ~Receiver() {
+    lldpPortMsapCleanup(&r);
+    silFree(r.rx.frame);
+  }
+  Msap* receive(const Bytes& f) {
+    static const uint8_t aux[32] = {};
+    lldpMsgRecv(&r, aux, f.data(), static_cast<uint32_t>(f.size()));
+    EXPECT_EQ(r.rxResult, RX_FRAME_OK);
+    return r.msapList.next != &r.msapList ? lldpMsapFromLink(r.msapList.next) : nullptr;
+  }
+};
+
+class RoundTrip : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    txtest::agentDefaults();
+    avl_create(&gLldpInfo.msapTable, lldpMsapEntyrCmp, sizeof(Msap));
+    gLldpInfo.memMaxRems = 16;
+    gLldpInfo.trapInterval = 5;
+  }
+};
+
+uint32_t getU(int (*fn)(uint32_t, uint32_t*), uint32_t unit) {
+  uint32_t v = 0;
+  EXPECT_EQ(fn(unit, &v), 0);
+  return v;
+}
+
+void expectBasics(LldpPort* s, const Msap* m) {
+  uint32_t sub = 0;
+  ASSERT_EQ(lldpGetChassisIdType(&sub), 0);
+  EXPECT_EQ(m->chassIdSubtype, sub);
+  uint8_t buf[512];
+  uint32_t n = sizeof buf;
+  ASSERT_EQ(lldpGetChassisId(buf, &n), 0);
+  EXPECT_EQ(bytes(m->chassId, m->chassIdLen), bytes(buf, n));
+  EXPECT_EQ(m->portIdSubtype, s->portIdSubtype);
+  n = sizeof buf;
+  ASSERT_EQ(lldpPortGetPortId(s, buf, &n), 0);
+  EXPECT_EQ(bytes(m->portId, m->portIdLen), bytes(buf, n));
+  EXPECT_EQ(m->rxInfoTTL, s->txTTL);
+  n = sizeof buf;
+  ASSERT_EQ(lldpPortGetDescr(s->unit, buf, &n), 0);
+  EXPECT_EQ(bytes(m->portDescr, m->portDescrLen), bytes(buf, n));
+  n = sizeof buf;
+  ASSERT_EQ(lldpGetSysName(buf, &n), 0);
+  EXPECT_EQ(bytes(m->sysName, m->sysNameLen), bytes(buf, n));
+  n = sizeof buf;
+  ASSERT_EQ(lldpGetSysDescr(buf, &n), 0);
+  EXPECT_EQ(bytes(m->sysDescr, m->sysDescrLen), bytes(buf, n));
+  EXPECT_EQ(bytes(m->sysCap, 2), bytes(gLldpInfo.capSupported, 2));
+  EXPECT_EQ(bytes(m->sysCapEnabled, 2), bytes(gLldpInfo.capEnabled, 2));
+  EXPECT_EQ(bytes(m->mac, 6), bytes(s->portMac, 6));
+}
+
+// The decoded OID of a received management address equals the sender's
+// arcs for that address family.
+void expectOid(const lldpMgmtAddr* a, uint32_t subtype) {
+  uint32_t arcs[LLDP_OID_MAX_ARCS] = {};
+  uint32_t len = 0;
+  lldpMgmtAddrGetOid(subtype, 6, nullptr, arcs, &len);
+  ASSERT_GT(len, 0u);
+  // The codec carries at most two base-128 digits per arc: larger arcs (the
+  // enterprise number) arrive modulo 16384.
+  for (uint32_t i = 0; i < len / 4; ++i) arcs[i] %= 16384;
+  EXPECT_EQ(a->mgmtAddrOidLen, len);
+  EXPECT_EQ(bytes(a->mgmtAddrOid, a->mgmtAddrOidLen), bytes(reinterpret_cast<uint8_t*>(arcs), len));
+}
+
+TEST_F(RoundTrip, MinimalFrameWithTheDefaultMacAddress) {
+  txtest::Port s;
+  Receiver rx;
+  ASSERT_GT(lldpMibConstrInfoLLDPDU(s.get()), 0u);
+  Msap* m = rx.receive(s.frame());
+  ASSERT_NE(m, nullptr);
+  expectBasics(s.get(), m);
+  ASSERT_EQ(m->mgmtAddrNum, 1);
+  const lldpMgmtAddr* a = m->mgmtAddrList;
+  EXPECT_EQ(a->mgmtAddrSubtype, 6);
+  EXPECT_EQ(bytes(a->mgmtAddr, a->mgmtAddrLen), bytes(s->portMac, 6));
+  EXPECT_EQ(a->mgmtAddrIfSubtype, 2);
+  EXPECT_EQ(a->mgmtAddrIfId, s->ifIndex);
+  expectOid(a, 6);
+  EXPECT_EQ(m->unknownTlvList, nullptr);
+  EXPECT_EQ(m->orgTlvList, nullptr);
+}
+
+// A configured address of the port, for each address family with an OID.
+TEST_F(RoundTrip, ConfiguredManagementAddresses) {
+  const struct {
+    uint8_t subtype;
+    Bytes addr;
+  } cases[] = {{1, {192, 0, 2, 17}},
+               {2, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}},
+               {6, {0x02, 0x00, 0x5e, 0x10, 0x20, 0x30}}};
+  for (const auto& c : cases) {
+    txtest::Port s;
+    Receiver rx;
+    auto* cfg = static_cast<lldpMgmtAddr*>(silCalloc(1, sizeof(lldpMgmtAddr)));
+    cfg->mgmtAddrSubtype = c.subtype;
+    cfg->mgmtAddrIfSubtype = 2;
+    cfg->mgmtAddrLen = static_cast<uint8_t>(c.addr.size());
+    std::memcpy(cfg->mgmtAddr, c.addr.data(), c.addr.size());
+    s->localMgmtAddrList = cfg;
+    ASSERT_GT(lldpMibConstrInfoLLDPDU(s.get()), 0u);
+    Msap* m = rx.receive(s.frame());
+    ASSERT_NE(m, nullptr);
+    ASSERT_EQ(m->mgmtAddrNum, 1);
+    const lldpMgmtAddr* a = m->mgmtAddrList;
+    EXPECT_EQ(a->mgmtAddrSubtype, c.subtype);
+    EXPECT_EQ(bytes(a->mgmtAddr, a->mgmtAddrLen), c.addr);
+    EXPECT_EQ(a->mgmtAddrIfSubtype, 2);
+    EXPECT_EQ(a->mgmtAddrIfId, s->ifIndex);
+    expectOid(a, c.subtype);
+  }
+}
+
+TEST_F(RoundTrip, EveryFamily) {
+  txtest::Port s;
+  txtest::enableEverything(s.get());
+  Receiver rx;
+  ASSERT_GT(lldpMibConstrInfoLLDPDU(s.get()), 0u);
+  const Bytes frame = s.frame();
+  ASSERT_EQ(s->tx.flags & LLDP_TX_FLAG_OVERFLOW, 0u);
+  Msap* m = rx.receive(frame);
+  ASSERT_NE(m, nullptr);
+  expectBasics(s.get(), m);
+  const uint32_t u = s->unit;
+
+  // IEEE 802.1
+  EXPECT_EQ(m->dot1Pvid, getU(lldpDot1PortGetPvid, u));
+  const uint32_t ppSup = getU(lldpDot1PortGetProtoVlanSupported, u);
+  const uint32_t ppEn = getU(lldpDot1PortGetProtoVlanEnable, u);
+  std::vector<uint16_t> ppvids;
+  for (LldpDot1Ppvid* e = m->dot1PpvidList; e; e = e->next) {
+    ppvids.push_back(e->ppvid);
+    EXPECT_EQ(e->supported, ppSup == 1 ? 1 : 2);
+    EXPECT_EQ(e->enabled, ppEn == 1 ? 1 : 2);
+  }
+  EXPECT_EQ(ppvids, (std::vector<uint16_t>{10, 4094}));
+  std::vector<uint16_t> vids;
+  for (LldpDot1VlanName* e = m->dot1VlanNameList; e; e = e->next) {
+    vids.push_back(e->vid);
+    uint8_t name[64];
+    uint32_t n = sizeof name;
+    ASSERT_EQ(lldpDot1PortGetVlanName(u, e->vid, name, &n), 0);
+    if (n > 32) n = 32;
+    EXPECT_EQ(bytes(e->name, e->nameLen), bytes(name, n)) << e->vid;
+  }
+  EXPECT_EQ(vids, (std::vector<uint16_t>{1, 100, 4000}));
+  // Protocol identities: the bytes of each protocol TLV sent, in order.
+  std::vector<Bytes> sentProtos, gotProtos;
+  for (auto& t : txtest::tlvs(frame))
+    if (t.type == 127 && t.value.size() >= 5 && Bytes(t.value.begin(), t.value.begin() + 4) == (Bytes{0x00, 0x80, 0xC2, 4}))
+      sentProtos.emplace_back(t.value.begin() + 5, t.value.end());
+  for (LldpDot1ProtoId* e = m->dot1ProtoIdList; e; e = e->next) gotProtos.push_back(bytes(e->protoId, e->len));
+  EXPECT_EQ(gotProtos.size(), sentProtos.size());
+  EXPECT_GE(gotProtos.size(), 4u);
+  for (auto& p : sentProtos) EXPECT_NE(std::find(gotProtos.begin(), gotProtos.end(), p), gotProtos.end());
+
+  // IEEE 802.3
+  EXPECT_EQ(m->dot3AutoNegSupported, getU(lldpDot3PortGetAutoNegSupported, u));
+  EXPECT_EQ(m->dot3AutoNegEnabled, getU(lldpDot3PortGetAutoNegEnabled, u));
+  uint8_t buf[64];
+  uint32_t n = sizeof buf;
+  ASSERT_EQ(lldpDot3PortGetAutoNegAdvertisedCap(u, buf, &n), 0);
+  EXPECT_EQ(bytes(m->dot3AutoNegAdvertisedCap, 2), bytes(buf, 2));
+  EXPECT_EQ(m->dot3MauType, getU(lldpDot3PortGetOperMauType, u));
+  EXPECT_EQ(m->dot3PowerPortClass, getU(lldpDot3PortGetPowerPortClass, u) == 1 ? 1 : 2);
+  EXPECT_EQ(m->dot3PowerMDISupported, getU(lldpDot3PortGetPowerMDISupported, u) == 1 ? 1 : 2);
+  EXPECT_EQ(m->dot3PowerMDIEnabled, getU(lldpDot3PortGetPowerMDIEnabled, u) == 1 ? 1 : 2);
+  EXPECT_EQ(m->dot3PowerPairControl, getU(lldpDot3PortGetPowerPairControlable, u) == 1 ? 1 : 2);
+  EXPECT_EQ(m->dot3PowerPairs, getU(lldpDot3PortGetPowerPairs, u));
+  EXPECT_EQ(m->dot3PowerClass, getU(lldpDot3PortGetPowerClass, u));
+  EXPECT_EQ(m->dot3PowerExtended, 1);
+  EXPECT_EQ(m->dot3PowerType, gLldpInfo.medPoeDeviceType);
+  EXPECT_EQ(m->dot3PowerSource, getU(lldpMedPortGetPsePowerSource, u));
+  EXPECT_EQ(m->dot3PowerAllocated, getU(lldpMedPortGetPsePowerValue, u) / 100);
+  EXPECT_EQ(m->dot3PowerRequested, 0) << "the sender had no neighbour asking for power";
+  n = sizeof buf;
+  std::memset(buf, 0, sizeof buf);
+  ASSERT_EQ(lldpDot3PortGetLinkAggStatus(u, buf, &n), 0);
+  EXPECT_EQ(m->dot3AggStatus, buf[0]);
+  EXPECT_EQ(m->dot3AggPortId, getU(lldpDot3PortGetLinkAggPortId, u));
+  EXPECT_EQ(m->dot3Mfs, getU(lldpDot3PortGetMaxFrameSize, u));
+
+  // TIA LLDP-MED
+  EXPECT_TRUE(lldpMsapIsMed(m));
+  uint8_t sup[2] = {s->medTlvTxSupported[0], s->medTlvTxSupported[1]};
+  reverseBits(sup, 2);
+  EXPECT_EQ(bytes(m->medCapSupported, 2), bytes(sup, 2));
+  EXPECT_EQ(m->medDevType, gLldpInfo.medDeviceType);
+  for (uint32_t t = 1; t <= 8; ++t) {
+    const LldpRemMedPolicy& p = m->medPolicy[t - 1];
+    ASSERT_EQ(p.appType, t);
+    uint32_t v = 0;
+    lldpMedPortGetPolicyVid(s.get(), t, &v);
+    EXPECT_EQ(p.vid, v) << t;
+    lldpMedPortGetPolicyPri(s.get(), t, &v);
+    EXPECT_EQ(p.priority, v) << t;
+    lldpMedPortGetPolicyDscp(s.get(), t, &v);
+    EXPECT_EQ(p.dscp, v) << t;
+    lldpMedPortGetPolicyUnknown(s.get(), t, &v);
+    EXPECT_EQ(p.unknown, v == 1 ? 1 : 0) << t;
+    lldpMedPortGetPolicyTagged(s.get(), t, &v);
+    EXPECT_EQ(p.tagged, v == 1 ? 1 : 0) << t;
+  }
+  for (int f = 0; f < 3; ++f)
+    EXPECT_EQ(bytes(m->medLocation[f].data, m->medLocation[f].len),
+              bytes(s->medLocation[f].data, s->medLocation[f].len)) << f;
+  // Both extended-power forms are sent (PSE, then PD); the later one is kept.
+  uint32_t pdSource = 0, pdPrio = 0, pdValue = 0;
+  lldpMedGetPdPowerSource(&pdSource);
+  lldpMedGetPdPowerPriority(&pdPrio);
+  lldpMedGetPdPowerValue(&pdValue);
+  EXPECT_EQ(m->medPowerType, gLldpInfo.medPoeDeviceType);
+  EXPECT_EQ(m->medPowerSource, pdSource);
+  EXPECT_EQ(m->medPowerPriority, pdPrio);
+  EXPECT_EQ(m->medPowerVal, pdValue);
+  const struct {
+    const uint8_t* s;
+    uint8_t len;
+  } inv[LLDP_INV_COUNT] = {{gLldpInfo.medHwRev, gLldpInfo.medHwRevLen},   {gLldpInfo.medFwRev, gLldpInfo.medFwRevLen},
+                           {gLldpInfo.medSwRev, gLldpInfo.medSwRevLen},   {gLldpInfo.medSn, gLldpInfo.medSnLen},
+                           {gLldpInfo.medMfgName, gLldpInfo.medMfgNameLen}, {gLldpInfo.medModelName, gLldpInfo.medModelNameLen},
+                           {gLldpInfo.medAssetId, gLldpInfo.medAssetIdLen}};
+  for (int i = 0; i < LLDP_INV_COUNT; ++i) {
+    EXPECT_EQ(bytes(m->medInventory[i].data, m->medInventory[i].len), bytes(inv[i].s, inv[i].len)) << i;
+    EXPECT_EQ(bytes(m->priInventory[i].data, m->priInventory[i].len), bytes(inv[i].s, inv[i].len)) << i;
+  }
+
+  // Private LLDP-ZOR
+  EXPECT_EQ(bytes(m->priCapSupported, 2), bytes(s->privTlvTxSupported, 2));
+  EXPECT_EQ(bytes(m->priSysOid.data, m->priSysOid.len), bytes(gLldpInfo.sysOid, gLldpInfo.sysOidLen));
+
+  // The Juniper TLV is not one the receive path decodes: kept whole.
+  ASSERT_NE(m->orgTlvList, nullptr);
+  EXPECT_EQ(bytes(m->orgTlvList->tlv->info, 3), (Bytes{0x00, 0x90, 0x69}));
+  EXPECT_EQ(rx.r.statsTLVsDiscardedTotal, 0u);
+  EXPECT_EQ(rx.r.statsFramesInErrorsTotal, 0u);
+
+  // The same frame again is an unchanged refresh.
+  const uint32_t inserts = gLldpInfo.statsRemTablesInserts;
+  rx.receive(frame);
+  EXPECT_EQ(gLldpInfo.statsRemTablesInserts, inserts);
+  EXPECT_EQ(sim::groupSends().size(), 1u);
+}
+
+TEST_F(RoundTrip, ShutdownFrameDeletesTheNeighbour) {
+  txtest::Port s;
+  Receiver rx;
+  lldpMibConstrInfoLLDPDU(s.get());
+  ASSERT_NE(rx.receive(s.frame()), nullptr);
+  s.clearBuffer();
+  ASSERT_GT(lldpMibConstrShutdownLLDPDU(s.get()), 0u);
+  EXPECT_EQ(rx.receive(s.frame()), nullptr);
+  EXPECT_EQ(gLldpInfo.statsRemTablesDeletes, 1u);
+}
+
+}  // namespace
