@@ -74,3 +74,31 @@ PY
 wait_for alpha "New MSAP Cache Miss on portva" 3 5
 wait_for alpha "MSAP is deleted on port va" 1 6
 pass "a short-TTL neighbour ages out"
+
+# The command socket: mode 0660; an operation outside the table answers
+# 0x3E80010; the agent version (operation 1, object 1) answers either that
+# (operations not built) or the version string.
+[ "$(stat -c %a "$TMP/alpha.sock")" = 660 ] || fail "command socket mode $(stat -c %a "$TMP/alpha.sock")"
+/usr/bin/python3 - "$TMP/alpha.sock" <<'PY' || fail "command socket answers wrongly"
+import socket, struct, sys
+s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+s.settimeout(5)
+s.connect(sys.argv[1])
+MAGIC = 0x4C4C4450
+def ask(op, index, obj, flags, value, length):
+    s.sendall(struct.pack("=8I", MAGIC, 32, op, index, obj, flags, value, length))
+    hdr = b""
+    while len(hdr) < 20:
+        hdr += s.recv(20 - len(hdr))
+    magic, total, rc, val, ln = struct.unpack("=5I", hdr)
+    data = b""
+    while len(data) < total - 20:
+        data += s.recv(total - 20 - len(data))
+    assert magic == MAGIC and (ln == len(data) or not flags), (magic, ln, data)
+    return rc, data
+rc, _ = ask(200, 0, 1, 0, 0, 4)
+assert rc == 0x3E80010, hex(rc)
+rc, data = ask(1, 0, 1, 1, 0, 16)
+assert rc == 0x3E80010 or (rc == 0 and data == b"LLDP_V7.01.00.00"), (hex(rc), data)
+PY
+pass "the command socket serves the agent's table"
