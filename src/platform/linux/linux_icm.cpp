@@ -241,19 +241,32 @@ void cmdSocketUnlink() {
 int icmProcTcpInit(const char* taskName, const char* path, const IcmFuncEntry* table,
                    uint32_t count) {
   const std::string p = lnx::optString("host.cmdsocket", path ? path : "/tmp/lldpcmd.socket");
+  auto failed = [&p](const char* why) {
+    const std::string line = "command socket " + p + ": " + why + "\n";
+    lnx::logWrite(0x3F50008, line.c_str());
+    return -1;
+  };
   sockaddr_un sa{};
-  if (p.size() >= sizeof sa.sun_path) return -1;
+  if (p.size() >= sizeof sa.sun_path) return failed("path too long");
   sa.sun_family = AF_UNIX;
   std::memcpy(sa.sun_path, p.c_str(), p.size() + 1);
+  // A socket that still answers belongs to another agent: leave it alone.
+  const int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (probe >= 0) {
+    const bool inUse = ::connect(probe, reinterpret_cast<sockaddr*>(&sa), sizeof sa) == 0;
+    ::close(probe);
+    if (inUse) return failed("in use by another agent");
+  }
   const int lfd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (lfd < 0) return -1;
+  if (lfd < 0) return failed(std::strerror(errno));
   ::unlink(p.c_str());
   const mode_t old = ::umask(0117);
   const int rc = ::bind(lfd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
   ::umask(old);
   if (rc < 0 || ::chmod(p.c_str(), 0660) < 0 || ::listen(lfd, 16) < 0) {
+    const int err = errno;
     ::close(lfd);
-    return -1;
+    return failed(std::strerror(err));
   }
   std::memcpy(lnx::gSockPath, p.c_str(), p.size() + 1);
   std::thread([lfd, table, count, name = std::string(taskName ? taskName : "cmd")] {

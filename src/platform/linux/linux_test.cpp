@@ -424,6 +424,8 @@ TEST_F(LinuxPlatform, CommandSocketServesTheTable) {
   struct stat st{};
   ASSERT_EQ(stat(path.c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0660u);
+  // A second server does not take a socket that is being served.
+  EXPECT_EQ(icmProcTcpInit("testdup", "/tmp/unused.socket", kTable, 4), -1);
 
   const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un sa{};
