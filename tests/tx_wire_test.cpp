@@ -360,10 +360,7 @@ const Want kWants[] = {
     {"default all tagged private port_id_local", "lldp.tlv.system.name", "sw-core-1"},
     {"default all tagged private", "lldp.tlv.system.desc", "LLDP agent test switch"},
     {"default all tagged", "lldp.tlv.system_cap", "0x0014"},
-    {"default all tagged", "lldp.tlv.system_cap.bridge", "1"},
-    {"default all tagged", "lldp.tlv.system_cap.router", "1"},
     {"default all tagged", "lldp.tlv.enable_system_cap", "0x0004"},
-    {"default all tagged", "lldp.tlv.enable_system_cap.router", "0"},
     // Management addresses. Known difference: the agent sends the whole BER
     // object (06 len content) as the OID and counts it in the OID length, so
     // Wireshark shows tag and length as the first arcs ("0.6.9.43..." for

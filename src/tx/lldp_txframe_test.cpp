@@ -115,23 +115,6 @@ TEST_F(TxBuild, OnlyFirstConfiguredManagementAddressIsSent) {
   EXPECT_EQ(count, 1);
 }
 
-TEST_F(TxBuild, SystemAddressIsUsedWhenThePortHasNone) {
-  txtest::Port port;
-  // An agent-wide address not bound to ports is advertised as it is.
-  gLldpInfo.manAddrList = newAddr(1, {198, 51, 100, 7});
-  ASSERT_GT(lldpMibConstrInfoLLDPDU(port.get()), 0u);
-  bool seen = false;
-  for (const auto& t : txtest::tlvs(port.frame()))
-    if (t.type == 8) {
-      seen = true;
-      EXPECT_EQ(t.value[1], 1);
-      EXPECT_EQ(std::vector<uint8_t>(t.value.begin() + 2, t.value.begin() + 6), hex("c6336407"));
-    }
-  EXPECT_TRUE(seen);
-  silFree(gLldpInfo.manAddrList);
-  gLldpInfo.manAddrList = nullptr;
-}
-
 TEST_F(TxBuild, Dot1AndJuniperByteVectors) {
   txtest::Port port;
   sim::setInt(sim::Svc::If, txtest::kUnit, 159, 100);
@@ -428,23 +411,10 @@ TEST_F(TxBuild, NoBufferNoFrame) {
   EXPECT_EQ(lldpMibConstrShutdownLLDPDU(port.get()), 0u);
 }
 
-TEST_F(TxBuild, TlvSettingsInitialiseAndCleanUp) {
-  sim::setOctets(sim::Svc::Scalar, 0, 129, {0xFC, 0x00});
+TEST_F(TxBuild, TlvCleanupFreesAndClearsEverything) {
   const size_t before = sim::liveAllocations();
   {
     txtest::Port port;
-    EXPECT_EQ(port->basicTlvTxSupported, 0xF0);
-    EXPECT_EQ(port->basicTlvTxEnabled, 0xF0);
-    EXPECT_EQ(port->pvidTxEnable, 2);
-    EXPECT_EQ(port->dot1TlvTxSupported, 0xF0);
-    EXPECT_EQ(port->dot1TlvTxEnabled, 0);
-    EXPECT_EQ(port->dot3TlvTxSupported, 0xF8);
-    EXPECT_EQ(port->dot3TlvTxEnabled, 0xF8);
-    EXPECT_EQ(port->medTlvTxSupported[0], 0xFC);
-    EXPECT_EQ(port->medTlvTxEnabled, 0u);
-    EXPECT_EQ(port->privTlvTxSupported[0], 0xE0);
-    EXPECT_EQ(port->privTlvTxEnabled[0], 0xC0);
-
     // Everything the cleanup owns, allocated.
     txtest::enableEverything(port.get());
     port->localMgmtAddrList = newAddr(1, {10, 0, 0, 1});
