@@ -157,6 +157,7 @@ TEST(RxDecode, RepeatedTlvsKeepTheLaterOne) {
   Frame f;
   f.head().chassis("chassis-B").tlv(5, str("first")).tlv(5, str("second"))
       .tlv(20, str("one")).tlv(9, str("nine")).tlv(20, str("two")).tlv(126, {}).end();
+  const size_t live = sim::liveAllocations();
   EXPECT_EQ(a.recv(f), RX_FRAME_OK);
   Msap* m = neighbours(a.port())[0];
   EXPECT_EQ(text(m->chassId, m->chassIdLen), "chassis-B");
@@ -170,6 +171,8 @@ TEST(RxDecode, RepeatedTlvsKeepTheLaterOne) {
   EXPECT_EQ(got, want);
   EXPECT_EQ(a.port()->statsTLVsUnrecognizedTotal, 4u);
   EXPECT_EQ(gLldpInfo.globalStatsBlock[LLDP_GSTAT_TLVS_UNRECOGNIZED], 4u);
+  lldpPortMsapCleanup(a.port());
+  EXPECT_EQ(sim::liveAllocations(), live) << "a replaced TLV is freed";
 }
 
 TEST(RxDecode, ManagementAddressesAreSortedAndDuplicatesKept) {

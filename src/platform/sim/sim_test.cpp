@@ -156,27 +156,4 @@ TEST_F(SimTest, FailCallHitsTheNthCallFromNowAndCounts) {
   EXPECT_EQ(sim::callCount("silTimerListInit"), 2u);
 }
 
-TEST_F(SimTest, SendsAreRecordedFromTheLinkLayerAddressUnlessRefused) {
-  int fd = zor_socket(ZOR_AF_PACKET, ZOR_SOCK_RAW, 0);
-  ASSERT_EQ(sim::frameSocket(), fd);
-  std::vector<uint8_t> frame = lldpFrame(60);
-  ZorSockAddrLl to{};
-  to.family = ZOR_AF_PACKET;
-  to.protocol = 0x88CC;
-  to.ifIndex = 12;
-  sim::advanceMs(2500);
-  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), 60);
-  sim::setSendResult(-1, 1);
-  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), -1);
-  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, sizeof(to)), 60);
-  EXPECT_EQ(zor_sendto(fd, frame.data(), frame.size(), 0, &to, 12), -1);  // short address
-  ASSERT_EQ(sim::sentFrames().size(), 2u);
-  const sim::SentFrame& f = sim::sentFrames()[0];
-  EXPECT_EQ(f.unit, 12u);
-  EXPECT_EQ(f.protocol, 0x88CC);
-  EXPECT_EQ(f.addr.size(), 20u);
-  EXPECT_EQ(f.bytes, frame);
-  EXPECT_EQ(f.atMs, 2500u);
-}
-
 }  // namespace
