@@ -106,48 +106,37 @@ void expectOid(const lldpMgmtAddr* a, uint32_t subtype) {
   EXPECT_EQ(bytes(a->mgmtAddrOid, a->mgmtAddrOidLen), bytes(reinterpret_cast<uint8_t*>(arcs), len));
 }
 
-TEST_F(RoundTrip, MinimalFrameWithTheDefaultMacAddress) {
-  txtest::Port s;
-  Receiver rx;
-  ASSERT_GT(lldpMibConstrInfoLLDPDU(s.get()), 0u);
-  Msap* m = rx.receive(s.frame());
-  ASSERT_NE(m, nullptr);
-  expectBasics(s.get(), m);
-  ASSERT_EQ(m->mgmtAddrNum, 1);
-  const lldpMgmtAddr* a = m->mgmtAddrList;
-  EXPECT_EQ(a->mgmtAddrSubtype, 6);
-  EXPECT_EQ(bytes(a->mgmtAddr, a->mgmtAddrLen), bytes(s->portMac, 6));
-  EXPECT_EQ(a->mgmtAddrIfSubtype, 2);
-  EXPECT_EQ(a->mgmtAddrIfId, s->ifIndex);
-  expectOid(a, 6);
-  EXPECT_EQ(m->unknownTlvList, nullptr);
-  EXPECT_EQ(m->orgTlvList, nullptr);
-}
-
-// A configured address of the port, for each address family with an OID.
-TEST_F(RoundTrip, ConfiguredManagementAddresses) {
+// The basic TLVs and the management address: the port's MAC when nothing is
+// configured, else a configured address of each family with an OID.
+TEST_F(RoundTrip, BasicTlvsAndManagementAddresses) {
   const struct {
     uint8_t subtype;
-    Bytes addr;
-  } cases[] = {{1, {192, 0, 2, 17}},
+    Bytes addr;  // empty: none configured
+  } cases[] = {{6, {}},
+               {1, {192, 0, 2, 17}},
                {2, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}},
                {6, {0x02, 0x00, 0x5e, 0x10, 0x20, 0x30}}};
   for (const auto& c : cases) {
     txtest::Port s;
     Receiver rx;
-    auto* cfg = static_cast<lldpMgmtAddr*>(silCalloc(1, sizeof(lldpMgmtAddr)));
-    cfg->mgmtAddrSubtype = c.subtype;
-    cfg->mgmtAddrIfSubtype = 2;
-    cfg->mgmtAddrLen = static_cast<uint8_t>(c.addr.size());
-    std::memcpy(cfg->mgmtAddr, c.addr.data(), c.addr.size());
-    s->localMgmtAddrList = cfg;
+    if (!c.addr.empty()) {
+      auto* cfg = static_cast<lldpMgmtAddr*>(silCalloc(1, sizeof(lldpMgmtAddr)));
+      cfg->mgmtAddrSubtype = c.subtype;
+      cfg->mgmtAddrIfSubtype = 2;
+      cfg->mgmtAddrLen = static_cast<uint8_t>(c.addr.size());
+      std::memcpy(cfg->mgmtAddr, c.addr.data(), c.addr.size());
+      s->localMgmtAddrList = cfg;
+    }
     ASSERT_GT(lldpMibConstrInfoLLDPDU(s.get()), 0u);
     Msap* m = rx.receive(s.frame());
     ASSERT_NE(m, nullptr);
+    expectBasics(s.get(), m);
+    EXPECT_EQ(m->unknownTlvList, nullptr);
+    EXPECT_EQ(m->orgTlvList, nullptr);
     ASSERT_EQ(m->mgmtAddrNum, 1);
     const lldpMgmtAddr* a = m->mgmtAddrList;
     EXPECT_EQ(a->mgmtAddrSubtype, c.subtype);
-    EXPECT_EQ(bytes(a->mgmtAddr, a->mgmtAddrLen), c.addr);
+    EXPECT_EQ(bytes(a->mgmtAddr, a->mgmtAddrLen), c.addr.empty() ? bytes(s->portMac, 6) : c.addr);
     EXPECT_EQ(a->mgmtAddrIfSubtype, 2);
     EXPECT_EQ(a->mgmtAddrIfId, s->ifIndex);
     expectOid(a, c.subtype);

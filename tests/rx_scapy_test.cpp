@@ -196,6 +196,7 @@ std::map<std::string, Expect> expectations() {
   e["bad_ethertype"] = kFiltered;
   e["order_port_first"] = kBadFrame;
   e["order_no_ttl"] = kBadFrame;
+  e["order_no_ttl"].trace = "TLV number 3 should have tlv_type 3, but is actually 0\r\n";
   e["no_end"] = badTlv("some mandatory tlv are missing for frame received on port ge1 \r\n");
   e["overrun"] = kBadFrame;
   e["overrun"].trace = "Received a bad TLV:  1 bytes too long!  Frame will be skipped.\r\n";

@@ -55,15 +55,42 @@ TEST_F(EventTest, RegistrationCreatesThePortOnce) {
   EXPECT_EQ(sim::countLinesContaining("REGISTER"), 1u);
 }
 
-TEST_F(EventTest, RegistrationWhileGloballyDisabledLeavesThePortDisabled) {
-  start({{"lldp.defaultenable", "false"}});
-  addPort(1);
-  deliver(registration(1));
-  LldpPort* p = lldpPortEntryGet(1);
-  ASSERT_NE(p, nullptr);
-  EXPECT_EQ(p->adminStatus, 4);
-  EXPECT_EQ(p->rx.frame, nullptr);
-  EXPECT_EQ(protoSets(1), (std::vector<uint32_t>{53}));  // default state only
+// Which registrations make a port record, and in which state.
+TEST_F(EventTest, RegistrationNeedsAnEthernetPortForTheAgent) {
+  const struct {
+    const char* name;
+    std::pair<const char*, const char*> option;
+    void (*setup)();
+    int adminStatus;  // 0: no record
+  } cases[] = {
+      {"globally disabled", {"lldp.defaultenable", "false"}, [] {}, 4},
+      {"object 13: not for this agent", {}, [] { sim::setInt(sim::Svc::If, 1, 13, 1); }, 0},
+      {"status not usable", {}, [] { sim::setIndexTrans(1, 5, 0, 1, 1, 3); }, 0},
+      {"translation fails", {}, [] { sim::setIndexTrans(1, 5, 0, 1, 1, 0, -1); }, 0},
+      {"not an Ethernet port", {}, [] { sim::setIndexTrans(1, 5, 0, 6, 1, 0); }, 0},
+      {"management Ethernet", {}, [] { sim::setIndexTrans(1, 5, 0, 44, 1, 0); }, 0},
+      {"management Ethernet allowed", {"lldp.methifenable", "true"},
+       [] { sim::setIndexTrans(1, 5, 0, 44, 1, 0); }, 3},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    if (c.option.first != nullptr) start({c.option}); else start();
+    addPort(1);
+    c.setup();
+    deliver(registration(1));
+    LldpPort* p = lldpPortEntryGet(1);
+    if (c.adminStatus == 0) {
+      EXPECT_EQ(p, nullptr);
+    } else {
+      ASSERT_NE(p, nullptr);
+      EXPECT_EQ(p->adminStatus, c.adminStatus);
+    }
+    if (c.adminStatus == 4) {
+      EXPECT_EQ(p->rx.frame, nullptr);
+      EXPECT_EQ(protoSets(1), (std::vector<uint32_t>{53}));  // default state only
+    }
+    stopAgent();
+  }
 }
 
 TEST_F(EventTest, BufferIsWalkedMessageByMessage) {
@@ -99,34 +126,6 @@ TEST_F(EventTest, BufferIsWalkedMessageByMessage) {
   deliver(concat({odd, registration(4)}));
   EXPECT_TRUE(sim::hasLine("unknown rtm type 999!\r\n"));
   EXPECT_NE(lldpPortEntryGet(4), nullptr);
-}
-
-TEST_F(EventTest, InterfacesNotForTheAgentAreIgnored) {
-  start();
-  for (uint32_t u = 1; u <= 4; ++u) addPort(u);
-  sim::setInt(sim::Svc::If, 1, 13, 1);       // object 13: not for this agent
-  sim::setIndexTrans(2, 5, 0, 1, 1, 3);      // status not usable
-  sim::setIndexTrans(3, 5, 0, 1, 1, 0, -1);  // translation fails
-  sim::setIndexTrans(4, 5, 0, 6, 1, 0);      // not an Ethernet port
-  for (uint32_t u = 1; u <= 4; ++u) {
-    deliver(registration(u));
-    EXPECT_EQ(lldpPortEntryGet(u), nullptr) << u;
-  }
-}
-
-TEST_F(EventTest, ManagementEthernetNeedsMethIfEnable) {
-  start();
-  addPort(9);
-  sim::setIndexTrans(9, 5, 0, 44, 1, 0);
-  deliver(registration(9));
-  EXPECT_EQ(lldpPortEntryGet(9), nullptr);
-  stopAgent();
-
-  start({{"lldp.methifenable", "true"}});
-  addPort(9);
-  sim::setIndexTrans(9, 5, 0, 44, 1, 0);
-  deliver(registration(9));
-  EXPECT_NE(lldpPortEntryGet(9), nullptr);
 }
 
 TEST_F(EventTest, MtuIsAppliedThenWarnedAbout) {

@@ -18,6 +18,7 @@
 
 #include "core/lldp_info.h"
 #include "core/lldp_trace.h"
+#include "core/lldp_wire.h"
 #include "local/lldp_local.h"
 #include "platform/logging.h"
 #include "platform/platform_types.h"
@@ -40,7 +41,7 @@ constexpr uint32_t kVlanTagLen = 4;
 // 0x8100 (C-tag), 0x88a8 (S-tag) and the older 0x9100.
 uint32_t lldpduOffset(const uint8_t* frame, uint32_t len) {
   if (len < kEthHdrLen) return kEthHdrLen;
-  const uint32_t tpid = (static_cast<uint32_t>(frame[12]) << 8) | frame[13];
+  const uint32_t tpid = lldpGet16(frame + 12);
   if (tpid == 0x8100 || tpid == 0x88a8 || tpid == 0x9100) return kEthHdrLen + kVlanTagLen;
   return kEthHdrLen;
 }

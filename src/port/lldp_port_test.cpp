@@ -285,17 +285,6 @@ TEST_F(PortTest, DeletionDeregistersAndGoesOnAfterRefusals) {
   EXPECT_TRUE(sim::hasLineContaining(" DFLTSTATE disable failed !\r\n"));
 }
 
-TEST_F(PortTest, DeletingADisablingPortFreesItsKeptTransmitBuffer) {
-  start();
-  LldpPort* p = add(1);
-  const size_t before = sim::liveAllocations();
-  ASSERT_EQ(lldpPortEntryInit(p, 3), 0);
-  ASSERT_EQ(lldpPortEntryInit(p, 4), 0);
-  ASSERT_NE(p->tx.frame, nullptr);
-  lldpPortEntryDel(p);
-  EXPECT_EQ(sim::liveAllocations(), before);
-}
-
 // ---- Configuration reset from the platform ----------------------------------
 
 Bytes resetMsg(uint32_t unit, std::initializer_list<Bytes> attrs) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/lldp_trace.h"
+#include "core/lldp_wire.h"
 #include "platform/logging.h"
 #include "platform/trap.h"
 #include "platform/zor_socket.h"
@@ -21,17 +22,6 @@ constexpr uint32_t kNotifyGroup = 71;
 constexpr uint32_t kEventRecordLen = 32;
 constexpr uint32_t kNotifyMsgLen = 56;
 
-void put32(uint8_t* p, uint32_t v) {
-  p[0] = static_cast<uint8_t>(v >> 24);
-  p[1] = static_cast<uint8_t>(v >> 16);
-  p[2] = static_cast<uint8_t>(v >> 8);
-  p[3] = static_cast<uint8_t>(v);
-}
-void put16(uint8_t* p, uint32_t v) {
-  p[0] = static_cast<uint8_t>(v >> 8);
-  p[1] = static_cast<uint8_t>(v);
-}
-
 const char* reasonText(uint32_t reason) {
   return reason == LLDP_NOTIFY_ADD ? "add" : reason == LLDP_NOTIFY_DELETE ? "delete" : "change";
 }
@@ -41,8 +31,8 @@ const char* reasonText(uint32_t reason) {
 int lldpNotifySend(uint32_t eventType, const uint8_t* record32) {
   LLDP_TRACE(LLDP_TRC_EVENT, "lldpNotifySend event=%d.\r\n", static_cast<int>(eventType));
   uint8_t msg[kNotifyMsgLen] = {};
-  put32(msg, kNotifyMsgLen);
-  put16(msg + 4, eventType);
+  lldpPut32(msg, kNotifyMsgLen);
+  lldpPut16(msg + 4, eventType);
   if (record32 != nullptr) std::memcpy(msg + 24, record32, kEventRecordLen);
   (void)zorNetlinkSGrpSend(kNotifyGroup, 0, msg, kNotifyMsgLen);
   return 0;
@@ -52,10 +42,10 @@ int lldpMaspNotifier(LldpPort* port, Msap* msap, uint32_t reason) {
   // LldpRemChangeEvent: the neighbour's table index, its enabled
   // capabilities and the first two bytes of each received-TLV map.
   uint8_t ev[kEventRecordLen] = {};
-  put32(ev + 0, msap->timeMark[0]);
-  put32(ev + 4, msap->timeMark[1]);
-  put32(ev + 8, port->unit);
-  put32(ev + 12, msap->remIndex);
+  lldpPut32(ev + 0, msap->timeMark[0]);
+  lldpPut32(ev + 4, msap->timeMark[1]);
+  lldpPut32(ev + 8, port->unit);
+  lldpPut32(ev + 12, msap->remIndex);
   std::memcpy(ev + 16, msap->sysCapEnabled, 2);
   std::memcpy(ev + 18, msap->dot1CapEnabled, 2);
   std::memcpy(ev + 20, msap->dot3CapEnabled, 2);

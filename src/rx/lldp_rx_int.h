@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "core/lldp_info.h"
+#include "core/lldp_wire.h"
 #include "platform/zor_if.h"
 #include "port/lldp_port.h"
 #include "rx/lldp_msap.h"
@@ -49,10 +50,6 @@ inline void lldpRxCountTlvUnrecognized(LldpPort* p) {
   ++gLldpInfo.globalStatsBlock[LLDP_GSTAT_TLVS_UNRECOGNIZED];
 }
 
-inline uint16_t lldpGet16(const uint8_t* p) { return static_cast<uint16_t>((p[0] << 8) | p[1]); }
-inline uint32_t lldpGet32(const uint8_t* p) {
-  return (uint32_t{p[0]} << 24) | (uint32_t{p[1]} << 16) | (uint32_t{p[2]} << 8) | p[3];
-}
 inline void lldpMapSet(uint8_t* map, uint32_t bit) {
   map[bit / 8] = static_cast<uint8_t>(map[bit / 8] | (0x80u >> (bit % 8)));
 }

@@ -28,10 +28,6 @@
 
 namespace {
 
-constexpr uint8_t kOuiDot1[3] = {0x00, 0x80, 0xC2};
-constexpr uint8_t kOuiDot3[3] = {0x00, 0x12, 0x0F};
-constexpr uint8_t kOuiMed[3] = {0x00, 0x12, 0xBB};
-constexpr uint8_t kOuiDcbx[3] = {0x00, 0x1B, 0x21};
 
 constexpr uint32_t kIfTpid = 162;
 constexpr uint32_t kIfPvid = 159;
@@ -48,7 +44,7 @@ uint8_t* dupBytes(const uint8_t* src, uint32_t n) {
 // Chassis ID (1) and Port ID (2): subtype, then the ID in its own buffer until
 // the identifier is built.
 uint8_t rxIdTlv(LldpRxCtx& c, uint8_t type, const uint8_t* v, uint16_t len, uint8_t hdr1) {
-  const bool chassis = type == 1;
+  const bool chassis = type == LLDP_TLV_CHASSIS_ID;
   if (len < 2) {
     if (chassis)
       RXTRACE("ChassisID TLV invalid length:%d received on port %s \r\n", len, c.ifName());
@@ -110,8 +106,9 @@ uint8_t rxTextTlv(LldpRxCtx& c, uint8_t type, const uint8_t* v, uint16_t len, ui
     text[len] = 0;
   }
   Msap* m = c.msap;
-  uint8_t** slot = type == 4 ? &m->portDescr : type == 5 ? &m->sysName : &m->sysDescr;
-  uint8_t* slotLen = type == 4 ? &m->portDescrLen : type == 5 ? &m->sysNameLen : &m->sysDescrLen;
+  uint8_t** slot = type == LLDP_TLV_PORT_DESCR ? &m->portDescr : type == LLDP_TLV_SYS_NAME ? &m->sysName : &m->sysDescr;
+  uint8_t* slotLen =
+      type == LLDP_TLV_PORT_DESCR ? &m->portDescrLen : type == LLDP_TLV_SYS_NAME ? &m->sysNameLen : &m->sysDescrLen;
   silFree(*slot);
   *slot = text;
   *slotLen = text != nullptr ? hdr1 : 0;  // 8 bits of the length, never above the buffer
@@ -233,11 +230,11 @@ struct OrgFamilies {
 uint8_t rxOrgTlv(LldpRxCtx& c, const OrgFamilies& f, const uint8_t* v, uint16_t len) {
   // A TLV too short to carry an OUI matches no family.
   auto is = [&](const uint8_t* oui) { return len >= 3 && std::memcmp(v, oui, 3) == 0; };
-  if ((f.ext & LLDP_EXT_DOT1) && is(kOuiDot1)) return lldpRxDot1Tlv(c, v, len);
-  if ((f.ext & LLDP_EXT_DOT3) && is(kOuiDot3)) return lldpRxDot3Tlv(c, v, len);
-  if ((f.ext & LLDP_EXT_MED) && is(kOuiMed)) return lldpRxMedTlv(c, v, len);
+  if ((f.ext & LLDP_EXT_DOT1) && is(kLldpOuiDot1)) return lldpRxDot1Tlv(c, v, len);
+  if ((f.ext & LLDP_EXT_DOT3) && is(kLldpOuiDot3)) return lldpRxDot3Tlv(c, v, len);
+  if ((f.ext & LLDP_EXT_MED) && is(kLldpOuiMed)) return lldpRxMedTlv(c, v, len);
   if ((f.ext & LLDP_EXT_PRIV) && f.privKnown && is(f.privOui)) return lldpRxPrivTlv(c, v, len);
-  if ((f.ext & LLDP_EXT_DCBX) && is(kOuiDcbx)) return RX_FRAME_OK;  // accepted, ignored
+  if ((f.ext & LLDP_EXT_DCBX) && is(kLldpOuiDcbx)) return RX_FRAME_OK;  // accepted, ignored
   RXTRACE("unknown org tlv received on port %s \r\n", c.ifName());
   return lldpRxKeepOrgTlv(c, v, len, true, "Unable to malloc %d buffer\r\n");
 }
@@ -278,7 +275,7 @@ uint8_t rxFail(LldpRxCtx& c, uint8_t code) {
 
 uint8_t lldpRxKeepOrgTlv(LldpRxCtx& c, const uint8_t* v, uint16_t len, bool sizedMsg,
                          const char* copyFailMsg) {
-  LldpTlv* t = copyTlv(127, v, len, sizedMsg, copyFailMsg);
+  LldpTlv* t = copyTlv(LLDP_TLV_ORG, v, len, sizedMsg, copyFailMsg);
   if (t == nullptr) return RX_FRAME_NO_RESOURCE;
   RXTRACE("Adding exploded TLV to MSAP TLV list.\r\n");
   if (lldpAddTlv(t, &c.orgList) != 0) return RX_FRAME_NO_RESOURCE;
@@ -407,7 +404,7 @@ uint8_t lldpRxFrame(LldpPort* port) {
     const uint8_t* v = frame + pos + 2;
     uint8_t rc = RX_FRAME_OK;
     switch (type) {
-      case 0:
+      case LLDP_TLV_END:
         if (len != 0) {
           RXTRACE("lldp end received with size not null on port %s\r\n", c.ifName());
           rc = RX_FRAME_BAD_TLV;
@@ -416,11 +413,11 @@ uint8_t lldpRxFrame(LldpPort* port) {
         if (end != size) RXTRACE("extra data after lldp end on port %s\r\n", c.ifName());
         endSeen = true;
         break;
-      case 1:
-      case 2:
+      case LLDP_TLV_CHASSIS_ID:
+      case LLDP_TLV_PORT_ID:
         rc = rxIdTlv(c, type, v, len, h1);
         break;
-      case 3:
+      case LLDP_TLV_TTL:
         if (len < 2) {
           RXTRACE("TTL TLV has an invalid length! Should be '2', but is:%d\r\n", len);
           rc = RX_FRAME_BAD_TLV;
@@ -430,12 +427,12 @@ uint8_t lldpRxFrame(LldpPort* port) {
         port->rxTTL = lldpGet16(v);
         RXTRACE("rxTTL is: %d\r\n", port->rxTTL);
         break;
-      case 4:
-      case 5:
-      case 6:
+      case LLDP_TLV_PORT_DESCR:
+      case LLDP_TLV_SYS_NAME:
+      case LLDP_TLV_SYS_DESCR:
         rc = rxTextTlv(c, type, v, len, h1);
         break;
-      case 7:
+      case LLDP_TLV_SYS_CAPS:
         if (len < 4) {
           RXTRACE("SystemCap tlv too small received on port %s \r\n", c.ifName());
           rc = RX_FRAME_BAD_TLV;
@@ -447,10 +444,10 @@ uint8_t lldpRxFrame(LldpPort* port) {
         reverseBits(m->sysCap, 2);
         reverseBits(m->sysCapEnabled, 2);
         break;
-      case 8:
+      case LLDP_TLV_MGMT_ADDR:
         rc = rxMgmtAddrTlv(c, v, len);
         break;
-      case 127:
+      case LLDP_TLV_ORG:
         rc = rxOrgTlv(c, fam, v, len);
         break;
       default:

@@ -29,10 +29,6 @@ std::vector<RejectCase> rejectCases() {
   // Every rejection rule is also crossed by the scapy-crafted frames
   // (tests/rx_scapy_test.cpp); these are the ones an independent encoder
   // cannot express cleanly, or that guard the buffer bounds.
-  v.push_back({"EndBeforeTtl", Frame().chassis("c").port("p").end(), 2, badFrame,
-               "TLV number 3 should have tlv_type 3, but is actually 0\r\n"});
-  v.push_back({"TlvOverrunsFrameByOne", Frame().head().raw(5, 4, str("abc")), 2, badFrame,
-               "Received a bad TLV:  1 bytes too long!  Frame will be skipped.\r\n"});
   // One byte of a TLV header at the end of the frame: the missing byte is
   // never read, the TLV overruns by one.
   v.push_back({"TruncatedHeader", [] { Frame f; f.head().b.push_back(0x0A); return f; }(), 2, badFrame,
@@ -136,8 +132,9 @@ TEST(RxWarnings, OverlongTlvsAreTracedAndUsed) {
 TEST(RxDecode, BasicTlvsAndIdentifier) {
   Agent a;
   Frame f;
-  f.head("chassis-A", "port-1", 120).tlv(4, str("uplink")).tlv(5, str("sw1")).tlv(6, str("Switch OS 1.0"))
-      .tlv(6, {}).end();
+  // The fields of the basic TLVs are crossed by the scapy frames; here the
+  // identifier built from them and an empty repeated description.
+  f.head("chassis-A", "port-1", 120).tlv(6, str("Switch OS 1.0")).tlv(6, {}).end();
   EXPECT_EQ(a.recv(f), RX_FRAME_OK);
   ASSERT_EQ(neighbours(a.port()).size(), 1u);
   Msap* m = neighbours(a.port())[0];
@@ -145,12 +142,7 @@ TEST(RxDecode, BasicTlvsAndIdentifier) {
   EXPECT_EQ(text(m->portId, m->portIdLen), "port-1");
   EXPECT_EQ(m->idLen, 9 + 6 + 2);
   EXPECT_EQ(std::memcmp(m->id, "chassis-A\0port-1\0", 17), 0);
-  EXPECT_EQ(m->chassIdSubtype, 7);
-  EXPECT_EQ(m->portIdSubtype, 5);
-  EXPECT_EQ(text(m->portDescr, m->portDescrLen), "uplink");
-  EXPECT_EQ(text(m->sysName, m->sysNameLen), "sw1");
   EXPECT_EQ(m->sysDescr, nullptr) << "an empty repeated description replaces the earlier one";
-  EXPECT_EQ(m->rxInfoTTL, 120);
   EXPECT_EQ(std::memcmp(m->mac, "\x00\x11\x22\x33\x44\x55", 6), 0);
   EXPECT_EQ(m->unit, 1u);
   EXPECT_TRUE(sim::hasLine("Receive MSAP ID:\r\n"));
@@ -161,6 +153,7 @@ TEST(RxDecode, RepeatedTlvsKeepTheLaterOne) {
   Frame f;
   f.head().chassis("chassis-B").tlv(5, str("first")).tlv(5, str("second"))
       .tlv(20, str("one")).tlv(9, str("nine")).tlv(20, str("two")).tlv(126, {}).end();
+  const size_t live = sim::liveAllocations();
   EXPECT_EQ(a.recv(f), RX_FRAME_OK);
   Msap* m = neighbours(a.port())[0];
   EXPECT_EQ(text(m->chassId, m->chassIdLen), "chassis-B");
@@ -174,6 +167,8 @@ TEST(RxDecode, RepeatedTlvsKeepTheLaterOne) {
   EXPECT_EQ(got, want);
   EXPECT_EQ(a.port()->statsTLVsUnrecognizedTotal, 4u);
   EXPECT_EQ(gLldpInfo.globalStatsBlock[LLDP_GSTAT_TLVS_UNRECOGNIZED], 4u);
+  lldpPortMsapCleanup(a.port());
+  EXPECT_EQ(sim::liveAllocations(), live) << "a replaced TLV is freed";
 }
 
 TEST(RxDecode, ManagementAddressesAreSortedAndDuplicatesKept) {
@@ -284,50 +279,17 @@ TEST(RxDecode, OrganizationalFamilies) {
   EXPECT_EQ(p->next->index, 1u);
   EXPECT_EQ(p->next->next->index, 2u);
   EXPECT_EQ(p->next->next->len, 2);
-  // 802.3
-  EXPECT_EQ(m->dot3AutoNegSupported, 1);
-  EXPECT_EQ(m->dot3AutoNegEnabled, 1);
-  EXPECT_EQ(m->dot3AutoNegAdvertisedCap[0], 0x6C);
-  EXPECT_EQ(m->dot3MauType, 30);
-  EXPECT_EQ(m->dot3PowerPortClass, 1);
-  EXPECT_EQ(m->dot3PowerPairControl, 1);
-  EXPECT_EQ(m->dot3PowerPairs, 1);
-  EXPECT_EQ(m->dot3PowerClass, 3);
-  EXPECT_EQ(m->dot3PowerExtended, 1);
-  EXPECT_EQ(m->dot3PowerType, 3);    // (0x51 >> 6) + 2
-  EXPECT_EQ(m->dot3PowerSource, 2);  // ((0x51 & 0x30) >> 4) + 1
-  EXPECT_EQ(m->dot3PowerRequested, 100);
-  EXPECT_EQ(m->dot3PowerAllocated, 150);
-  EXPECT_EQ(m->dot3AggStatus, 0xC0);
-  EXPECT_EQ(m->dot3AggPortId, 0x102u);
-  EXPECT_EQ(m->dot3Mfs, 1518);
+  // The field decoders of every family are crossed by the scapy-crafted
+  // frames (tests/rx_scapy_test.cpp); here only what those frames do not hold.
   EXPECT_EQ(m->dot3CapEnabled[0], 0xF0);
-  // LLDP-MED
-  EXPECT_TRUE(lldpMsapIsMed(m));
-  EXPECT_EQ(m->medDevType, 3);
-  EXPECT_EQ(m->medCapSupported[1], 0x33);
-  const LldpRemMedPolicy& pol = m->medPolicy[0];
-  EXPECT_EQ(pol.appType, 1);
-  EXPECT_EQ(pol.unknown, 1);
-  EXPECT_EQ(pol.tagged, 1);
-  EXPECT_EQ(pol.vid, 10);
-  EXPECT_EQ(pol.priority, 5);
-  EXPECT_EQ(pol.dscp, 46);
+  EXPECT_EQ(m->medPolicy[0].unknown, 1);
   EXPECT_TRUE(sim::hasLine("unknown policy field 9 received on port ge1 \r\n"));
   EXPECT_EQ(text(m->medLocation[1].data, m->medLocation[1].len), "civ");
   EXPECT_TRUE(sim::hasLine("unknown location type received on port ge1 \r\n"));
-  EXPECT_EQ(m->medPowerType, 3);
-  EXPECT_EQ(m->medPowerSource, 2);
   EXPECT_EQ(m->medPowerPriority, 3) << "MED power after 802.3 power overwrites the shared priority";
-  EXPECT_EQ(m->medPowerVal, 200);
-  EXPECT_EQ(text(m->medInventory[LLDP_INV_HWREV].data, m->medInventory[LLDP_INV_HWREV].len), "hw1");
   EXPECT_EQ(m->medInventory[LLDP_INV_ASSETID].len, LLDP_MED_INV_MAX);
   EXPECT_TRUE(sim::hasLine("LLDP-MED inventory(subtype:11) TLV has invalid length '44' received on port ge1 \r\n"));
   EXPECT_EQ(m->medCapEnabled[0], 0x80 | 0x40 | 0x20 | 0x08 | 0x04);  // cap, policy, location, PD power, inventory
-  // Private
-  EXPECT_EQ(m->priCapSupported[0], 0x28);
-  EXPECT_EQ(text(m->priSysOid.data, m->priSysOid.len), "1.3.6.1.4.1.9");
-  EXPECT_EQ(text(m->priInventory[LLDP_INV_ASSETID].data, m->priInventory[LLDP_INV_ASSETID].len), "asset");
   EXPECT_EQ(m->priCapEnabled[0], 0xC0);
   EXPECT_EQ(m->priCapEnabled[1], 0x80);
   EXPECT_TRUE(sim::hasLine("should not be there! \r\n"));

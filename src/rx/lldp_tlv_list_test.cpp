@@ -1,4 +1,4 @@
-// The kept-TLV lists, the TLV names and the bit reversal.
+// The kept list of organizationally specific TLVs and its trace lines.
 #include <gtest/gtest.h>
 
 #include "rx/rx_test_util.h"
@@ -23,22 +23,6 @@ std::vector<std::string> dump(LldpTlvNode* h) {
   return v;
 }
 
-TEST(TlvList, UnknownListIsSortedAndLaterReplacesEarlier) {
-  Agent a;
-  const size_t live = sim::liveAllocations();
-  LldpTlvNode* h = nullptr;
-  lldpAddUnknownTlv(mk(20, "a"), &h);
-  lldpAddUnknownTlv(mk(9, "b"), &h);
-  lldpAddUnknownTlv(mk(40, "c"), &h);
-  lldpAddUnknownTlv(mk(20, "d"), &h);
-  lldpAddUnknownTlv(mk(9, "e"), &h);
-  lldpAddUnknownTlv(mk(30, "f"), &h);
-  EXPECT_EQ(dump(h), (std::vector<std::string>{"9:e", "20:d", "30:f", "40:c"}));
-  lldpDestroyTlvList(&h);
-  EXPECT_EQ(h, nullptr);
-  EXPECT_EQ(sim::liveAllocations(), live);
-}
-
 TEST(TlvList, OrgListKeepsArrivalOrderAndDuplicates) {
   Agent a;
   LldpTlvNode* h = nullptr;
@@ -53,44 +37,6 @@ TEST(TlvList, OrgListKeepsArrivalOrderAndDuplicates) {
   EXPECT_TRUE(sim::hasLine("Destroy TLV List\r\n"));
   lldpDestroyTlvList(&h);
   EXPECT_TRUE(sim::hasLine("[WARNING] Asked to delete empty list!\r\n"));
-}
-
-TEST(TlvList, FailedNodeAllocationFreesTheTlv) {
-  Agent a;
-  LldpTlvNode* h = nullptr;
-  lldpAddTlv(mk(127, "x"), &h);
-  const size_t live = sim::liveAllocations();
-  LldpTlv* t = mk(127, "y");
-
-  sim::failAllocation(1);
-  EXPECT_NE(lldpAddTlv(t, &h), 0);
-  LldpTlv* u = mk(9, "z");
-  sim::failAllocation(1);
-  EXPECT_NE(lldpAddUnknownTlv(u, &h), 0);
-  EXPECT_EQ(sim::liveAllocations(), live);
-  EXPECT_EQ(dump(h).size(), 1u);
-  lldpDestroyTlvList(&h);
-  LldpTlv* none = nullptr;
-  lldpDestroyTlv(&none);
-  lldpDestroyTlv(nullptr);
-}
-
-TEST(ReverseBits, WholeStringIsMirrored) {
-  struct Case {
-    Bytes in, out;
-  } cases[] = {
-      {{0x00, 0x14}, {0x28, 0x00}},
-      {{0x80, 0x00}, {0x00, 0x01}},
-      {{0x01}, {0x80}},
-      {{0x03}, {0xC0}},
-      {{0x12, 0x34, 0x56}, {0x6A, 0x2C, 0x48}},
-      {{}, {}},
-  };
-  for (auto& c : cases) {
-    Bytes b = c.in;
-    EXPECT_EQ(reverseBits(b.data(), static_cast<uint32_t>(b.size())), 0);
-    EXPECT_EQ(b, c.out);
-  }
 }
 
 }  // namespace

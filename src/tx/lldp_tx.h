@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/lldp_wire.h"
 #include "port/lldp_port.h"
 
 // Transmit states.
@@ -133,16 +134,6 @@ inline int lldpTxTlvClose(LldpPort* port, uint32_t len) {
   port->tx.freesize -= len + 2;
   port->tx.sendsize += len + 2;
   return 0;
-}
-inline void lldpTxPut16(uint8_t* p, uint32_t v) {
-  p[0] = static_cast<uint8_t>(v >> 8);
-  p[1] = static_cast<uint8_t>(v);
-}
-inline void lldpTxPut32(uint8_t* p, uint32_t v) {
-  p[0] = static_cast<uint8_t>(v >> 24);
-  p[1] = static_cast<uint8_t>(v >> 16);
-  p[2] = static_cast<uint8_t>(v >> 8);
-  p[3] = static_cast<uint8_t>(v);
 }
 // Bit-string order to wire order: bit i of the 16-bit field becomes bit 15-i.
 uint16_t lldpTxReverse16(const uint8_t* bits2);

@@ -20,15 +20,6 @@
 
 namespace {
 
-constexpr uint32_t kTlvEnd = 0;
-constexpr uint32_t kTlvChassisId = 1;
-constexpr uint32_t kTlvPortId = 2;
-constexpr uint32_t kTlvTtl = 3;
-constexpr uint32_t kTlvPortDescr = 4;
-constexpr uint32_t kTlvSysName = 5;
-constexpr uint32_t kTlvSysDescr = 6;
-constexpr uint32_t kTlvSysCaps = 7;
-constexpr uint32_t kTlvMgmtAddr = 8;
 
 constexpr uint32_t kIfObjTpid = 162;
 constexpr uint32_t kOidScratch = 128;
@@ -71,12 +62,12 @@ int txFrameHeader(LldpPort* port) {
   std::memcpy(p, gLldpInfo.dstMac, 6);
   std::memcpy(p + 6, port->portMac, 6);
   if (port->txTagVid == 0) {
-    lldpTxPut16(p + 12, gLldpInfo.dstEtherType);
+    lldpPut16(p + 12, gLldpInfo.dstEtherType);
   } else {
-    lldpTxPut16(p + 12, tpid);
+    lldpPut16(p + 12, tpid);
     // Priority 4, drop-eligible clear.
-    lldpTxPut16(p + 14, 0x8000u | (port->txTagVid & 0x0FFFu));
-    lldpTxPut16(p + 16, gLldpInfo.dstEtherType);
+    lldpPut16(p + 14, 0x8000u | (port->txTagVid & 0x0FFFu));
+    lldpPut16(p + 16, gLldpInfo.dstEtherType);
   }
   port->tx.freesize -= hdrLen;
   port->tx.sendsize += hdrLen;
@@ -124,14 +115,14 @@ int txMgmtAddrWrite(LldpPort* port, uint8_t subtype, const uint8_t* addr, uint32
     port->tx.flags |= LLDP_TX_FLAG_OVERFLOW;
     return -1;
   }
-  uint8_t* p = lldpTxTlvOpen(port, kTlvMgmtAddr, tlvLen);
+  uint8_t* p = lldpTxTlvOpen(port, LLDP_TLV_MGMT_ADDR, tlvLen);
   if (p == nullptr) return -1;
   std::memset(p + 2, 0, need - 2);
   p[2] = static_cast<uint8_t>(a + 1);
   p[3] = subtype;
   std::memcpy(p + 4, addr, a);
   p[4 + a] = ifSubtype;
-  lldpTxPut32(p + 5 + a, port->ifIndex);
+  lldpPut32(p + 5 + a, port->ifIndex);
   if (k == 0) {
     // No OID: the fixed length 14 is kept whatever the address length, and
     // TLV byte 15 carries the zero OID length.
@@ -146,7 +137,7 @@ int txMgmtAddrWrite(LldpPort* port, uint8_t subtype, const uint8_t* addr, uint32
 }  // namespace
 
 uint16_t lldpTxReverse16(const uint8_t* bits2) {
-  uint32_t v = (static_cast<uint32_t>(bits2[0]) << 8) | bits2[1];
+  uint32_t v = lldpGet16(bits2);
   uint32_t r = 0;
   for (int i = 0; i < 16; ++i) {
     r = (r << 1) | (v & 1);
@@ -167,7 +158,7 @@ uint8_t lldpTxReverse8(uint8_t b) {
 // ---- Basic TLVs --------------------------------------------------------------
 
 int lldpEndofLldpduTlv(LldpPort* port) {
-  if (lldpTxTlvOpen(port, kTlvEnd, 0) == nullptr) return -1;
+  if (lldpTxTlvOpen(port, LLDP_TLV_END, 0) == nullptr) return -1;
   return lldpTxTlvClose(port, 0);
 }
 
@@ -182,7 +173,7 @@ int lldpChassisidTlv(LldpPort* port) {
     n = 6;
   }
   if (n > sizeof buf) n = sizeof buf;
-  uint8_t* p = lldpTxTlvOpen(port, kTlvChassisId, n + 1);
+  uint8_t* p = lldpTxTlvOpen(port, LLDP_TLV_CHASSIS_ID, n + 1);
   if (p == nullptr) return -1;
   p[2] = static_cast<uint8_t>(subtype);
   std::memcpy(p + 3, id, n);
@@ -196,7 +187,7 @@ int lldpPortIdTlv(LldpPort* port) {
   // out as the subtype alone.
   if (lldpPortGetPortId(port, buf, &n) != 0) n = 0;
   if (n > sizeof buf) n = sizeof buf;
-  uint8_t* p = lldpTxTlvOpen(port, kTlvPortId, n + 1);
+  uint8_t* p = lldpTxTlvOpen(port, LLDP_TLV_PORT_ID, n + 1);
   if (p == nullptr) return -1;
   p[2] = port->portIdSubtype;
   std::memcpy(p + 3, buf, n);
@@ -204,9 +195,9 @@ int lldpPortIdTlv(LldpPort* port) {
 }
 
 int lldpTtlTlv(LldpPort* port, uint16_t ttl) {
-  uint8_t* p = lldpTxTlvOpen(port, kTlvTtl, 2);
+  uint8_t* p = lldpTxTlvOpen(port, LLDP_TLV_TTL, 2);
   if (p == nullptr) return -1;
-  lldpTxPut16(p + 2, ttl);
+  lldpPut16(p + 2, ttl);
   return lldpTxTlvClose(port, 2);
 }
 
@@ -214,28 +205,28 @@ int lldpPortDescrTlv(LldpPort* port) {
   uint8_t buf[256];
   uint32_t n = sizeof buf;
   const int rc = lldpPortGetDescr(port->unit, buf, &n);
-  return txTextTlv(port, kTlvPortDescr, rc, buf, n, sizeof buf);
+  return txTextTlv(port, LLDP_TLV_PORT_DESCR, rc, buf, n, sizeof buf);
 }
 
 int lldpSysNameTlv(LldpPort* port) {
   uint8_t buf[256];
   uint32_t n = sizeof buf;
   const int rc = lldpGetSysName(buf, &n);
-  return txTextTlv(port, kTlvSysName, rc, buf, n, sizeof buf);
+  return txTextTlv(port, LLDP_TLV_SYS_NAME, rc, buf, n, sizeof buf);
 }
 
 int lldpSysDescrTlv(LldpPort* port) {
   uint8_t buf[256];
   uint32_t n = sizeof buf;
   const int rc = lldpGetSysDescr(buf, &n);
-  return txTextTlv(port, kTlvSysDescr, rc, buf, n, sizeof buf);
+  return txTextTlv(port, LLDP_TLV_SYS_DESCR, rc, buf, n, sizeof buf);
 }
 
 int lldpSysCapsTlv(LldpPort* port) {
-  uint8_t* p = lldpTxTlvOpen(port, kTlvSysCaps, 4);
+  uint8_t* p = lldpTxTlvOpen(port, LLDP_TLV_SYS_CAPS, 4);
   if (p == nullptr) return -1;
-  lldpTxPut16(p + 2, lldpTxReverse16(gLldpInfo.capSupported));
-  lldpTxPut16(p + 4, lldpTxReverse16(gLldpInfo.capEnabled));
+  lldpPut16(p + 2, lldpTxReverse16(gLldpInfo.capSupported));
+  lldpPut16(p + 4, lldpTxReverse16(gLldpInfo.capEnabled));
   return lldpTxTlvClose(port, 4);
 }
 
@@ -270,13 +261,13 @@ int lldpDefaultMgmtMacAddrTlv(LldpPort* port) {
 }
 
 int lldpDefaultMgmtAddrTlv(LldpPort* port) {
-  uint8_t* p = lldpTxTlvOpen(port, kTlvMgmtAddr, 14);
+  uint8_t* p = lldpTxTlvOpen(port, LLDP_TLV_MGMT_ADDR, 14);
   if (p == nullptr) return -1;
   p[2] = 7;
   p[3] = 6;
   std::memcpy(p + 4, port->portMac, 6);
   p[10] = 2;
-  lldpTxPut32(p + 11, port->ifIndex);
+  lldpPut32(p + 11, port->ifIndex);
   p[15] = 0;
   return lldpTxTlvClose(port, 14);
 }

@@ -15,18 +15,13 @@
 
 namespace {
 
-constexpr uint32_t kTlvOrg = 127;
-constexpr uint8_t kOuiDot1[3] = {0x00, 0x80, 0xC2};
-constexpr uint8_t kOuiDot3[3] = {0x00, 0x12, 0x0F};
-constexpr uint8_t kOuiMed[3] = {0x00, 0x12, 0xBB};
-constexpr uint8_t kOuiJuniper[3] = {0x00, 0x90, 0x69};
 constexpr uint32_t kScalarPrivOui = 39;
 constexpr uint32_t kVoiceIfIsVoicePort = 2;
 
 // Opens an organizationally specific TLV of information length len (OUI and
 // subtype included) and writes its OUI and subtype.
 uint8_t* txOrgOpen(LldpPort* port, const uint8_t* oui, uint8_t subtype, uint32_t len) {
-  uint8_t* p = lldpTxTlvOpen(port, kTlvOrg, len);
+  uint8_t* p = lldpTxTlvOpen(port, LLDP_TLV_ORG, len);
   if (p == nullptr) return nullptr;
   p[2] = oui[0];
   p[3] = oui[1];
@@ -151,20 +146,20 @@ const char* lldpProtocolName(uint32_t proto) {
 // ---- IEEE 802.1 -----------------------------------------------------------------
 
 int lldpDot1PvidTlv(LldpPort* port) {
-  uint8_t* p = txOrgOpen(port, kOuiDot1, 1, 6);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot1, 1, 6);
   if (p == nullptr) return -1;
-  lldpTxPut16(p + 6, txGet(lldpDot1PortGetPvid, port->unit));
+  lldpPut16(p + 6, txGet(lldpDot1PortGetPvid, port->unit));
   return lldpTxTlvClose(port, 6);
 }
 
 int lldpDot1PpvidTlv(LldpPort* port, uint16_t vid) {
-  uint8_t* p = txOrgOpen(port, kOuiDot1, 2, 7);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot1, 2, 7);
   if (p == nullptr) return -1;
   uint8_t flags = 0;
   if (txGet(lldpDot1PortGetProtoVlanSupported, port->unit) == 1) flags |= 0x02;
   if (txGet(lldpDot1PortGetProtoVlanEnable, port->unit) == 1) flags |= 0x04;
   p[6] = flags;
-  lldpTxPut16(p + 7, vid);
+  lldpPut16(p + 7, vid);
   return lldpTxTlvClose(port, 7);
 }
 
@@ -173,9 +168,9 @@ int lldpDot1VlanNameTlv(LldpPort* port, uint16_t vid) {
   uint32_t n = sizeof name;
   if (lldpDot1PortGetVlanName(port->unit, vid, name, &n) != 0 || n == 0) return -1;
   if (n > sizeof name) n = sizeof name;
-  uint8_t* p = txOrgOpen(port, kOuiDot1, 3, 7 + n);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot1, 3, 7 + n);
   if (p == nullptr) return -1;
-  lldpTxPut16(p + 6, vid);
+  lldpPut16(p + 6, vid);
   p[8] = static_cast<uint8_t>(n);
   std::memcpy(p + 9, name, n);
   return lldpTxTlvClose(port, 7 + n);
@@ -186,7 +181,7 @@ int lldpDot1ProtoTlv(LldpPort* port, uint32_t protoIndex) {
   uint32_t n = 0;
   lldpProtocolType(protoIndex, id, &n);
   if (n == 0) return 0;
-  uint8_t* p = txOrgOpen(port, kOuiDot1, 4, 5 + n);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot1, 4, 5 + n);
   if (p == nullptr) return -1;
   p[6] = static_cast<uint8_t>(n);
   std::memcpy(p + 7, id, n);
@@ -197,7 +192,7 @@ int lldpJuniperTlv(LldpPort* port) {
   static constexpr char kText[] = "TC3119380315";
   // The PVID is read and not used, as the format has always done.
   (void)txGet(lldpDot1PortGetPvid, port->unit);
-  uint8_t* p = txOrgOpen(port, kOuiJuniper, 1, 16);
+  uint8_t* p = txOrgOpen(port, kLldpOuiJuniper, 1, 16);
   if (p == nullptr) return -1;
   std::memcpy(p + 6, kText, 12);
   return lldpTxTlvClose(port, 16);
@@ -206,7 +201,7 @@ int lldpJuniperTlv(LldpPort* port) {
 // ---- IEEE 802.3 -----------------------------------------------------------------
 
 int lldpDot3MacPhyTlv(LldpPort* port) {
-  uint8_t* p = txOrgOpen(port, kOuiDot3, 1, 9);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot3, 1, 9);
   if (p == nullptr) return -1;
   uint8_t st = 0;
   if (txGet(lldpDot3PortGetAutoNegSupported, port->unit) == 1) st |= 0x01;
@@ -217,14 +212,14 @@ int lldpDot3MacPhyTlv(LldpPort* port) {
   p[6] = st;
   p[7] = adv[0];
   p[8] = adv[1];
-  lldpTxPut16(p + 9, txGet(lldpDot3PortGetOperMauType, port->unit));
+  lldpPut16(p + 9, txGet(lldpDot3PortGetOperMauType, port->unit));
   return lldpTxTlvClose(port, 9);
 }
 
 int lldpDot3MdiPowerTlv(LldpPort* port) {
   const bool extended = (port->dot3TlvTxEnabled & 0x08) != 0;
   const uint32_t len = extended ? 12 : 7;
-  uint8_t* p = txOrgOpen(port, kOuiDot3, 2, len);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot3, 2, len);
   if (p == nullptr) return -1;
   const uint32_t unit = port->unit;
   uint8_t st = 0;
@@ -237,37 +232,37 @@ int lldpDot3MdiPowerTlv(LldpPort* port) {
   p[8] = static_cast<uint8_t>(txGet(lldpDot3PortGetPowerClass, unit));
   if (extended) {
     p[9] = txPsePowerByte(port);
-    lldpTxPut16(p + 10, txNeighbourRequestedPower(port));
-    lldpTxPut16(p + 12, txPsePowerTenths(port));
+    lldpPut16(p + 10, txNeighbourRequestedPower(port));
+    lldpPut16(p + 12, txPsePowerTenths(port));
   }
   return lldpTxTlvClose(port, len);
 }
 
 int lldpDot3LinkAggTlv(LldpPort* port) {
-  uint8_t* p = txOrgOpen(port, kOuiDot3, 3, 9);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot3, 3, 9);
   if (p == nullptr) return -1;
   uint8_t st[4] = {};
   uint32_t stLen = sizeof st;
   lldpDot3PortGetLinkAggStatus(port->unit, st, &stLen);
   p[6] = lldpTxReverse8(st[0]);
-  lldpTxPut32(p + 7, txGet(lldpDot3PortGetLinkAggPortId, port->unit));
+  lldpPut32(p + 7, txGet(lldpDot3PortGetLinkAggPortId, port->unit));
   return lldpTxTlvClose(port, 9);
 }
 
 int lldpDot3MaxFrameSizeTlv(LldpPort* port) {
-  uint8_t* p = txOrgOpen(port, kOuiDot3, 4, 6);
+  uint8_t* p = txOrgOpen(port, kLldpOuiDot3, 4, 6);
   if (p == nullptr) return -1;
-  lldpTxPut16(p + 6, txGet(lldpDot3PortGetMaxFrameSize, port->unit));
+  lldpPut16(p + 6, txGet(lldpDot3PortGetMaxFrameSize, port->unit));
   return lldpTxTlvClose(port, 6);
 }
 
 // ---- LLDP-MED ---------------------------------------------------------------------
 
 int lldpMedCapsTlv(LldpPort* port) {
-  uint8_t* p = txOrgOpen(port, kOuiMed, 1, 7);
+  uint8_t* p = txOrgOpen(port, kLldpOuiMed, 1, 7);
   if (p == nullptr) return -1;
   // The supported set is advertised, not the enabled one.
-  lldpTxPut16(p + 6, lldpTxReverse16(port->medTlvTxSupported));
+  lldpPut16(p + 6, lldpTxReverse16(port->medTlvTxSupported));
   p[8] = gLldpInfo.medDeviceType;
   return lldpTxTlvClose(port, 7);
 }
@@ -304,9 +299,9 @@ int lldpMedPolicyTlv(LldpPort* port, uint32_t appType) {
   }
   uint32_t word = 0;
   if (lldpMedPolicyWord(port, appType, &word) != 0) return -1;
-  uint8_t* p = txOrgOpen(port, kOuiMed, 2, 8);
+  uint8_t* p = txOrgOpen(port, kLldpOuiMed, 2, 8);
   if (p == nullptr) return -1;
-  lldpTxPut32(p + 6, word);
+  lldpPut32(p + 6, word);
   return lldpTxTlvClose(port, 8);
 }
 
@@ -320,7 +315,7 @@ int lldpMedLocationTlv(LldpPort* port, uint32_t format) {
     port->tx.flags |= LLDP_TX_FLAG_OVERFLOW;
     return -1;
   }
-  uint8_t* p = txOrgOpen(port, kOuiMed, 3, 5 + n);
+  uint8_t* p = txOrgOpen(port, kLldpOuiMed, 3, 5 + n);
   if (p == nullptr) return -1;
   p[6] = static_cast<uint8_t>(format);
   if (n != 0) std::memcpy(p + 7, loc.data, n);
@@ -328,15 +323,15 @@ int lldpMedLocationTlv(LldpPort* port, uint32_t format) {
 }
 
 int lldpMedXpoepseTlv(LldpPort* port) {
-  uint8_t* p = txOrgOpen(port, kOuiMed, 4, 7);
+  uint8_t* p = txOrgOpen(port, kLldpOuiMed, 4, 7);
   if (p == nullptr) return -1;
   p[6] = txPsePowerByte(port);
-  lldpTxPut16(p + 7, txPsePowerTenths(port));
+  lldpPut16(p + 7, txPsePowerTenths(port));
   return lldpTxTlvClose(port, 7);
 }
 
 int lldpMedXpoepdTlv(LldpPort* port) {
-  uint8_t* p = txOrgOpen(port, kOuiMed, 4, 7);
+  uint8_t* p = txOrgOpen(port, kLldpOuiMed, 4, 7);
   if (p == nullptr) return -1;
   uint32_t source = 0, prio = 0, value = 0;
   if (lldpMedGetPdPowerSource(&source) != 0) source = 0;
@@ -344,30 +339,30 @@ int lldpMedXpoepdTlv(LldpPort* port) {
   if (lldpMedGetPdPowerValue(&value) != 0) value = 0;
   p[6] = txPowerByte(gLldpInfo.medPoeDeviceType, source, prio);
   // Sent as the provider gives it: unlike the PSE value it is not divided.
-  lldpTxPut16(p + 7, value);
+  lldpPut16(p + 7, value);
   return lldpTxTlvClose(port, 7);
 }
 
 int lldpMedHwrevTlv(LldpPort* port) {
-  return txInventory(port, kOuiMed, 5, gLldpInfo.medHwRev, gLldpInfo.medHwRevLen);
+  return txInventory(port, kLldpOuiMed, 5, gLldpInfo.medHwRev, gLldpInfo.medHwRevLen);
 }
 int lldpMedFwrevTlv(LldpPort* port) {
-  return txInventory(port, kOuiMed, 6, gLldpInfo.medFwRev, gLldpInfo.medFwRevLen);
+  return txInventory(port, kLldpOuiMed, 6, gLldpInfo.medFwRev, gLldpInfo.medFwRevLen);
 }
 int lldpMedSwrevTlv(LldpPort* port) {
-  return txInventory(port, kOuiMed, 7, gLldpInfo.medSwRev, gLldpInfo.medSwRevLen);
+  return txInventory(port, kLldpOuiMed, 7, gLldpInfo.medSwRev, gLldpInfo.medSwRevLen);
 }
 int lldpMedSnTlv(LldpPort* port) {
-  return txInventory(port, kOuiMed, 8, gLldpInfo.medSn, gLldpInfo.medSnLen);
+  return txInventory(port, kLldpOuiMed, 8, gLldpInfo.medSn, gLldpInfo.medSnLen);
 }
 int lldpMedMfgNameTlv(LldpPort* port) {
-  return txInventory(port, kOuiMed, 9, gLldpInfo.medMfgName, gLldpInfo.medMfgNameLen);
+  return txInventory(port, kLldpOuiMed, 9, gLldpInfo.medMfgName, gLldpInfo.medMfgNameLen);
 }
 int lldpMedModelNameTlv(LldpPort* port) {
-  return txInventory(port, kOuiMed, 10, gLldpInfo.medModelName, gLldpInfo.medModelNameLen);
+  return txInventory(port, kLldpOuiMed, 10, gLldpInfo.medModelName, gLldpInfo.medModelNameLen);
 }
 int lldpMedAssetIdTlv(LldpPort* port) {
-  return txInventory(port, kOuiMed, 11, gLldpInfo.medAssetId, gLldpInfo.medAssetIdLen);
+  return txInventory(port, kLldpOuiMed, 11, gLldpInfo.medAssetId, gLldpInfo.medAssetIdLen);
 }
 
 // ---- Private "LLDP-ZOR" -----------------------------------------------------------
@@ -377,7 +372,7 @@ int lldpPrivCapsTlv(LldpPort* port) {
   txPrivOui(oui);
   uint8_t* p = txOrgOpen(port, oui, 1, 6);
   if (p == nullptr) return -1;
-  lldpTxPut16(p + 6, lldpTxReverse16(port->privTlvTxSupported));
+  lldpPut16(p + 6, lldpTxReverse16(port->privTlvTxSupported));
   return lldpTxTlvClose(port, 6);
 }
 
