@@ -5,9 +5,22 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 CONF ?= etc/lldp.conf
 
-.PHONY: all deps configure build test run sanitize fuzz bench lab lab-down clean
+.PHONY: all deps configure build agent test run sanitize fuzz bench lab lab-down clean help
 
 all: build
+
+help:
+	@echo "make test      install missing packages, build (warnings as errors), run every test"
+	@echo "make run       build lldpagent and start it on this host with $(CONF) (root)"
+	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up"
+	@echo "make lab-down  take a kept lab away"
+	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
+	@echo "make fuzz      run each fuzz target for FUZZ_SECONDS (default 60)"
+	@echo "make bench     run the benchmarks"
+
+# Only the daemon, for run and lab.
+agent: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target lldpagent
 
 deps:
 	@bash tools/install-deps.sh
@@ -24,13 +37,12 @@ TEST_JOBS ?= $(shell echo $$(( $(JOBS) * 3 )))
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(TEST_JOBS)
 
-run: build
-	@if [ -x $(BUILD)/lldpagent ]; then exec $(BUILD)/lldpagent -c $(CONF); \
-	 else echo "lldpagent is not built yet: the Linux platform has not landed." >&2; exit 1; fi
+run: agent
+	@exec $(BUILD)/lldpagent -c $(CONF)
 
 # The namespace lab (lab/lab.sh): three agents in a line. KEEP=1 leaves it up.
 KEEP ?= 0
-lab: build
+lab: agent
 	@KEEP=$(KEEP) AGENT=$(abspath $(BUILD))/lldpagent bash lab/lab.sh up
 
 lab-down:
@@ -55,7 +67,8 @@ fuzz: deps
 	  if [ $$rc -ne 0 ]; then echo "fuzz: $$n found a problem (exit $$rc), see build-fuzz/$$n.log" >&2; \
 	    grep -m1 -A30 "ERROR" build-fuzz/$$n.log >&2; exit 1; fi; done
 
-bench: build
+bench: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target tx_bench rx_bench
 	@for b in $(BUILD)/bench/*_bench; do [ -x "$$b" ] && "$$b"; done
 
 clean:
