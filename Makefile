@@ -1,5 +1,6 @@
 # Front door. `make test` installs what is missing (as root), builds with
 # warnings as errors and runs every test; `make run` starts the agent.
+MAKEFLAGS += --no-print-directory
 BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
