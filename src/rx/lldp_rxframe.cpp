@@ -380,6 +380,10 @@ uint8_t lldpRxFrame(LldpPort* port) {
 
   // TLV walk.
   uint32_t pos = port->rxLldpduOffset;
+  // Frame I/O only knows the usual tag protocol identifiers; a frame tagged
+  // with the port's own (possibly non-standard) TPID has its LLDPDU behind
+  // the tag all the same.
+  if (tagged && pos < 18) pos = 18;
   uint16_t count = 0;
   bool endSeen = false;
   while (pos < size && !endSeen) {

@@ -95,8 +95,9 @@ TEST(RxFilter, TaggedFrameChecksPvidOnlyWhenThePlatformKnowsTheVlan) {
 
 TEST(RxFilter, PortTpidReplacesTheDefault) {
   Agent a;
-  sim::setInt(sim::Svc::If, 1, 162, 0x88A8);
-  Frame tagged({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CC, 0x88A8, 7);
+  // A non-standard TPID: the LLDPDU still starts behind the tag.
+  sim::setInt(sim::Svc::If, 1, 162, 0x9200);
+  Frame tagged({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CC, 0x9200, 7);
   tagged.head().end();
   EXPECT_EQ(a.recv(tagged), RX_FRAME_OK);
   EXPECT_EQ(sim::callCount("zorIfGetApi") > 0, true);
