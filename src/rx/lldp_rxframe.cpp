@@ -216,7 +216,9 @@ uint8_t rxUnknownTlv(LldpRxCtx& c, uint8_t type, const uint8_t* v, uint16_t len)
   LldpTlv* t = copyTlv(type, v, len, true, "Unable to malloc %d buffer\r\n");
   if (t == nullptr) return RX_FRAME_NO_RESOURCE;
   RXTRACE("Adding exploded TLV to MSAP TLV list.\r\n");
-  if (lldpAddUnknownTlv(t, &c.unknownList) != 0) return RX_FRAME_NO_RESOURCE;
+  // A node that cannot be allocated loses the TLV (freed by the list) but
+  // not the frame: the TLV still counts as unrecognized.
+  (void)lldpAddUnknownTlv(t, &c.unknownList);
   lldpRxCountTlvUnrecognized(c.port);
   return RX_FRAME_OK;
 }
@@ -278,7 +280,7 @@ uint8_t lldpRxKeepOrgTlv(LldpRxCtx& c, const uint8_t* v, uint16_t len, bool size
   LldpTlv* t = copyTlv(LLDP_TLV_ORG, v, len, sizedMsg, copyFailMsg);
   if (t == nullptr) return RX_FRAME_NO_RESOURCE;
   RXTRACE("Adding exploded TLV to MSAP TLV list.\r\n");
-  if (lldpAddTlv(t, &c.orgList) != 0) return RX_FRAME_NO_RESOURCE;
+  (void)lldpAddTlv(t, &c.orgList);  // as for unknown basic TLVs
   lldpRxCountTlvUnrecognized(c.port);
   return RX_FRAME_OK;
 }
@@ -378,6 +380,10 @@ uint8_t lldpRxFrame(LldpPort* port) {
 
   // TLV walk.
   uint32_t pos = port->rxLldpduOffset;
+  // Frame I/O only knows the usual tag protocol identifiers; a frame tagged
+  // with the port's own (possibly non-standard) TPID has its LLDPDU behind
+  // the tag all the same.
+  if (tagged && pos < 18) pos = 18;
   uint16_t count = 0;
   bool endSeen = false;
   while (pos < size && !endSeen) {

@@ -404,22 +404,27 @@ int lldpTlvInitialize(LldpPort* port) {
     std::memset(scratch, 0, sizeof scratch);
     len = sizeof scratch;
   };
+  // The providers' results are not looked at: a failing one leaves its
+  // zeroed scratch, so that TLV family reads as unsupported / off.
   fresh();
-  if (lldpDot1PortGetCapSupported(port->unit, scratch, &len) == 0) port->dot1TlvTxSupported = scratch[0];
+  (void)lldpDot1PortGetCapSupported(port->unit, scratch, &len);
+  port->dot1TlvTxSupported = scratch[0];
   fresh();
-  if (lldpDot3PortGetCapSupported(port->unit, scratch, &len) == 0) port->dot3TlvTxSupported = scratch[0];
+  (void)lldpDot3PortGetCapSupported(port->unit, scratch, &len);
+  port->dot3TlvTxSupported = scratch[0];
   fresh();
-  if (lldpDot3PortGetCapDfltEnabled(port->unit, scratch, &len) == 0) port->dot3TlvTxEnabled = scratch[0];
+  (void)lldpDot3PortGetCapDfltEnabled(port->unit, scratch, &len);
+  port->dot3TlvTxEnabled = scratch[0];
   fresh();
-  if (lldpMedPortGetCapSupported(port->unit, scratch, &len) == 0)
-    std::memcpy(port->medTlvTxSupported, scratch, 2);
+  (void)lldpMedPortGetCapSupported(port->unit, scratch, &len);
+  std::memcpy(port->medTlvTxSupported, scratch, 2);
   port->medTlvTxEnabled = 0;
   fresh();
-  if (lldpPrivPortGetCapSupported(port->unit, scratch, &len) == 0)
-    std::memcpy(port->privTlvTxSupported, scratch, 2);
+  (void)lldpPrivPortGetCapSupported(port->unit, scratch, &len);
+  std::memcpy(port->privTlvTxSupported, scratch, 2);
   fresh();
-  if (lldpPrivPortGetCapDfltEnabled(port->unit, scratch, &len) == 0)
-    std::memcpy(port->privTlvTxEnabled, scratch, 2);
+  (void)lldpPrivPortGetCapDfltEnabled(port->unit, scratch, &len);
+  std::memcpy(port->privTlvTxEnabled, scratch, 2);
   return 0;
 }
 
