@@ -11,11 +11,10 @@ using namespace lldptest;
 
 namespace {
 
-class EventTest : public ::testing::Test {
+class EventTest : public AgentTest {
  protected:
   // Agent in rxtx with port traces on, ports 1 and 2 present; registers `reg`.
-  LldpPort* start(std::initializer_list<std::pair<const char*, const char*>> opts = {},
-                  std::initializer_list<uint32_t> reg = {1}) {
+  static LldpPort* start(Options opts = {}, std::initializer_list<uint32_t> reg = {1}) {
     sim::reset();
     sim::setOption("lldp.defaultportmode", "rxtx");
     for (const auto& [k, v] : opts) sim::setOption(k, v);
@@ -26,33 +25,28 @@ class EventTest : public ::testing::Test {
     for (uint32_t u : reg) deliver(registration(u));
     return lldpPortEntryGet(1);
   }
-  void TearDown() override {
-    stopAgent();
-    EXPECT_EQ(sim::liveAllocations(), 0u);
-  }
 };
 
 // Which registrations make a port record, and in which state.
 TEST_F(EventTest, RegistrationNeedsAnEthernetPortForTheAgent) {
   const struct {
     const char* name;
-    std::pair<const char*, const char*> option;
+    std::pair<const char*, const char*> option;  // {} for none
     void (*setup)();
     int adminStatus;  // 0: no record
   } cases[] = {
-      {"plain", {"lldp.enable", "t"}, [] {}, 3},
+      {"plain", {}, [] {}, 3},
       {"globally disabled", {"lldp.defaultenable", "false"}, [] {}, 4},
-      {"object 13: not for this agent", {"lldp.enable", "t"}, [] { sim::setInt(sim::Svc::If, 1, 13, 1); }, 0},
-      {"status not usable", {"lldp.enable", "t"}, [] { sim::setIndexTrans(1, 5, 0, 1, 1, 3); }, 0},
-      {"translation fails", {"lldp.enable", "t"}, [] { sim::setIndexTrans(1, 5, 0, 1, 1, 0, -1); }, 0},
-      {"not an Ethernet port", {"lldp.enable", "t"}, [] { sim::setIndexTrans(1, 5, 0, 6, 1, 0); }, 0},
-      {"management Ethernet", {"lldp.enable", "t"}, [] { sim::setIndexTrans(1, 5, 0, 44, 1, 0); }, 0},
-      {"management Ethernet allowed", {"lldp.methifenable", "true"},
-       [] { sim::setIndexTrans(1, 5, 0, 44, 1, 0); }, 3},
+      {"object 13: not for this agent", {}, [] { sim::setInt(sim::Svc::If, 1, 13, 1); }, 0},
+      {"status not usable", {}, [] { sim::setIndexTrans(1, 5, 0, 1, 1, 3); }, 0},
+      {"translation fails", {}, [] { sim::setIndexTrans(1, 5, 0, 1, 1, 0, -1); }, 0},
+      {"not an Ethernet port", {}, [] { sim::setIndexTrans(1, 5, 0, 6, 1, 0); }, 0},
+      {"management Ethernet", {}, [] { sim::setIndexTrans(1, 5, 0, 44, 1, 0); }, 0},
+      {"management Ethernet allowed", {"lldp.methifenable", "true"}, [] { sim::setIndexTrans(1, 5, 0, 44, 1, 0); }, 3},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    start({c.option}, {});
+    if (c.option.first != nullptr) start({c.option}, {}); else start({}, {});
     c.setup();
     deliver(registration(1));
     deliver(registration(1));  // a second registration changes nothing
@@ -210,21 +204,20 @@ TEST_F(EventTest, TunnelMacChangeOnlyForTheLldpAddress) {
     return message(ZOR_RTM_L2PROTOTUNNEL_MACCHANGE, body);
   };
   const size_t before = sim::sockOpts().size();
-  deliver(tunnel(1, 0x02));
-  EXPECT_EQ(sim::sockOpts().size(), before);
+  deliver(tunnel(1, 0x02));  // another protocol's address: nothing
   EXPECT_TRUE(sim::hasLine("lldpEvtNotifyRecv: ZOR_RTM_L2PROTOTUNNEL_MACCHANGE\r\n"));
+  // Cut short before the address: reads as zeros, nothing set.
+  Bytes cut = tunnel(1, 0x0E);
+  cut.resize(32);
+  put32(cut, 0, 32);
+  deliver(cut);
+  EXPECT_EQ(sim::sockOpts().size(), before);
   deliver(tunnel(2, 0x0E));
   ASSERT_EQ(sim::sockOpts().size(), before + 2);
   const auto& o = sim::sockOpts();
   EXPECT_EQ(std::vector<int>({o[before].name, o[before].value[0], o[before + 1].value[12],
                               o[before + 1].value[17]}),
             std::vector<int>({4123, 7, 0x01, 0x0E}));
-  // Cut short before the address: reads as zeros, nothing set.
-  Bytes cut = tunnel(1, 0x0E);
-  cut.resize(32);
-  put32(cut, 0, 32);
-  deliver(cut);
-  EXPECT_EQ(sim::sockOpts().size(), before + 2);
 }
 
 TEST_F(EventTest, SlotCardAndSubsystemStartSynchronise) {
@@ -233,9 +226,8 @@ TEST_F(EventTest, SlotCardAndSubsystemStartSynchronise) {
   for (uint32_t obj : {0x1F40032u, 0x1F4002Bu, 0x1F4002Au, 0x2EE002Bu, 0x2EE002Au, 0x2EE0029u})
     sim::setHwObject(obj, 1);
   auto syncs = [] { return sim::cmdSyncs().size(); };
-  deliver(message(ZOR_RTM_SLOT_UP, words({1, 2})));
+  deliver(concat({message(ZOR_RTM_SLOT_UP, words({1, 2})), message(ZOR_RTM_CARD_UP, words({1, 2, 3}))}));
   EXPECT_TRUE(sim::hasLine("lldpSlotNotifier: slot:1/2 ZOR_RTM_SLOT_UP!\r\n"));
-  deliver(message(ZOR_RTM_CARD_UP, words({1, 2, 3})));
   EXPECT_TRUE(sim::hasLine("lldpCardNotifier: card:1/2/3 ZOR_RTM_CARD_UP!\r\n"));
   EXPECT_EQ(syncs(), 2u);
   ASSERT_EQ(sim::cardUps().size(), 1u);
@@ -247,14 +239,12 @@ TEST_F(EventTest, SlotCardAndSubsystemStartSynchronise) {
   sim::setHwObject(0x2EE002B, 0, -1);
   deliver(message(ZOR_RTM_CARD_UP, words({1, 2, 4})));
   EXPECT_EQ(syncs() + sim::cardUps().size(), 3u);
-  deliver(message(ZOR_RTM_SUBSYS_UP, words({1})));  // our own (self index 1)
-  deliver(message(ZOR_RTM_SUBSYS_UP, words({5})));
+  deliver(concat({message(ZOR_RTM_SUBSYS_UP, words({1})), message(ZOR_RTM_SUBSYS_UP, words({5}))}));  // 1: our own
   EXPECT_TRUE(sim::hasLine("lldpSubSysNotifier: subsystem:5 UP!\r\n"));
   EXPECT_EQ(syncs(), 3u);
   sim::setInt(sim::Svc::Hw, 0, 54, 1);  // no stack peers
   sim::setHwObject(0x1F4002A, 1);
-  deliver(message(ZOR_RTM_SUBSYS_UP, words({5})));
-  deliver(message(ZOR_RTM_SLOT_UP, words({1, 2})));
+  deliver(concat({message(ZOR_RTM_SUBSYS_UP, words({5})), message(ZOR_RTM_SLOT_UP, words({1, 2}))}));
   EXPECT_EQ(syncs(), 3u);
 }
 

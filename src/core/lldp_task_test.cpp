@@ -22,7 +22,7 @@ Bytes lldpdu(uint8_t who, uint8_t ttl = 120) {
 
 bool hasNeighbours(const LldpPort* p) { return p->msapList.next != &p->msapList; }
 
-class TaskTest : public ::testing::Test {
+class TaskTest : public AgentTest {
  protected:
   void SetUp() override {
     ASSERT_EQ(startAgent({{"lldp.defaultportmode", "rxtx"}, {"lldp.maxifnum", "8"}}), 0);
@@ -30,8 +30,7 @@ class TaskTest : public ::testing::Test {
   }
   void TearDown() override {
     EXPECT_EQ(sim::semaphoreDepth(), 0) << "lock left taken";
-    stopAgent();
-    EXPECT_EQ(sim::liveAllocations(), 0u);
+    AgentTest::TearDown();
   }
   // Registers unit through the event socket, sets its status, and runs the
   // rounds that let the receive machine reach its waiting state.

@@ -12,13 +12,9 @@ using namespace lldptest;
 
 namespace {
 
-class FrameIoTest : public ::testing::Test {
+class FrameIoTest : public AgentTest {
  protected:
   void SetUp() override { ASSERT_EQ(startAgent({{"lldp.defaultportmode", "rxtx"}}), 0); }
-  void TearDown() override {
-    stopAgent();
-    EXPECT_EQ(sim::liveAllocations(), 0u);
-  }
   static LldpPort* port(uint32_t unit, uint32_t status, uint32_t mtu = 1522) {
     addPort(unit, mtu);
     LldpPort* p = lldpPortEntryAdd(unit);
