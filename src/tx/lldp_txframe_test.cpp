@@ -196,6 +196,13 @@ TEST_F(TxBuild, OverflowRule) {
   EXPECT_EQ(port.frame(), hex("0602 0009"));
   EXPECT_EQ(port->tx.freesize, 6u);
   EXPECT_TRUE(port->tx.flags & LLDP_TX_FLAG_OVERFLOW);
+  port.clearBuffer();  // the management address has its own space check
+  port->tx.freesize = 10;
+  EXPECT_EQ(lldpDefaultMgmtMacAddrTlv(port.get()) + static_cast<int>(port->tx.flags), -1 + 1);
+  port.clearBuffer();  // so has the network policy
+  port->tx.freesize = 9;
+  port->medPolicy[0] = LldpMedPolicy{1, 0, 1, 5, 46, 100};
+  EXPECT_EQ(lldpMedPolicyTlv(port.get(), 1) + static_cast<int>(port->tx.flags), -1 + 1);
 
   // A whole frame exactly as long as the mtu goes out; one byte less, nothing.
   const uint32_t full = lldpMibConstrInfoLLDPDU(port.get());
