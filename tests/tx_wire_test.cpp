@@ -56,16 +56,12 @@ void setLocation(LldpPort* p, uint32_t format, const std::vector<uint8_t>& data)
   loc = {1, static_cast<uint16_t>(data.size()), txtest::copyBytes(data)};
 }
 
-enum class Kind { Info, Shutdown };
-
 template <typename Setup>
-Built build(const std::string& name, Kind kind, Setup setup) {
+Built build(const std::string& name, Setup setup, bool shutdown = false) {
   txtest::agentDefaults();
   txtest::Port port;
   setup(port.get());
-  const uint32_t n = kind == Kind::Info ? lldpMibConstrInfoLLDPDU(port.get())
-                                        : lldpMibConstrShutdownLLDPDU(port.get());
-  EXPECT_GT(n, 0u) << name;
+  EXPECT_GT(shutdown ? lldpMibConstrShutdownLLDPDU(port.get()) : lldpMibConstrInfoLLDPDU(port.get()), 0u) << name;
   return {name, port.frame()};
 }
 
@@ -81,35 +77,35 @@ void everything(LldpPort* p) {
 
 std::vector<Built> catalogue() {
   std::vector<Built> f;
-  f.push_back(build("default", Kind::Info, [](LldpPort*) {}));
-  f.push_back(build("all", Kind::Info, everything));
-  f.push_back(build("tagged", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("default", [](LldpPort*) {}));
+  f.push_back(build("all", everything));
+  f.push_back(build("tagged", [](LldpPort* p) {
     p->txTagVid = 100;
     p->localMgmtAddrList = txtest::newAddr(2, hex("20010db8000000000000000000000010"));
   }));
-  f.push_back(build("shutdown", Kind::Shutdown, [](LldpPort*) {}));
-  f.push_back(build("broadcast", Kind::Info, [](LldpPort*) {
+  f.push_back(build("shutdown", [](LldpPort*) {}, true));
+  f.push_back(build("broadcast", [](LldpPort*) {
     std::memset(gLldpInfo.dstMac, 0xFF, 6);
     gLldpInfo.dstEtherType = 0xFFCC;
   }));
-  f.push_back(build("dot1", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("dot1", [](LldpPort* p) {
     everything(p);
     gLldpInfo.extEnabled = LLDP_EXT_DOT1;
     sim::setInt(sim::Svc::If, p->unit, 159, 1);
   }));
-  f.push_back(build("dot3_short_power", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("dot3_short_power", [](LldpPort* p) {
     everything(p);
     gLldpInfo.extEnabled = LLDP_EXT_DOT3;
     p->dot3TlvTxEnabled = 0xF0;
   }));
-  f.push_back(build("med_pd_power", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("med_pd_power", [](LldpPort* p) {
     everything(p);
     gLldpInfo.extEnabled = LLDP_EXT_MED;
     gLldpInfo.medDeviceType = 3;
     gLldpInfo.medPoeDeviceType = 3;
     lldpTxSetMedMask(p, 0xEC);
   }));
-  f.push_back(build("med_voice_default", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("med_voice_default", [](LldpPort* p) {
     gLldpInfo.extEnabled = LLDP_EXT_MED;
     lldpTxSetMedMask(p, 0xC0);
     p->medTlvTxSupported[0] = 0xC0;
@@ -119,15 +115,15 @@ std::vector<Built> catalogue() {
     sim::setInt(sim::Svc::VoiceScalar, 0, 10, 5);
     sim::setInt(sim::Svc::VoiceScalar, 0, 11, 46);
   }));
-  f.push_back(build("private", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("private", [](LldpPort* p) {
     everything(p);
     gLldpInfo.extEnabled = LLDP_EXT_PRIV;
   }));
-  f.push_back(build("port_id_mac_no_text", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("port_id_mac_no_text", [](LldpPort* p) {
     p->portIdSubtype = 3;
     p->basicTlvTxEnabled = 0;
   }));
-  f.push_back(build("port_id_local", Kind::Info, [](LldpPort* p) {
+  f.push_back(build("port_id_local", [](LldpPort* p) {
     p->portIdSubtype = 7;
     gLldpInfo.manAddrList = txtest::newAddr(1, {198, 51, 100, 1});
   }));
@@ -314,7 +310,6 @@ const Want kWants[] = {
     {"port_id_local", "lldp.mgn.addr.ip4", "198.51.100.1"},
     {"default all tagged port_id_local", "lldp.mgn.interface.subtype", "2"},
     {"default all tagged port_id_local", "lldp.mgn.interface.number", "7"},
-    {"shutdown", "lldp.mgn.address.subtype", ""},
     // 802.1Q tag of the tagged frame: priority 4, DEI 0.
     {"tagged", "eth.type", "0x8100"},
     {"tagged", "vlan.priority", "4"},
