@@ -110,8 +110,10 @@ TEST_F(FrameIoTest, ReceiveIntoThePort) {
   EXPECT_TRUE(p->rx.recvsize == 0 && p->rcvFrame == 0);
   // 3 -> 1 keeps the receive buffer: a frame is stored, the machine not woken.
   ASSERT_EQ(lldpPortEntryInit(p, 1), 0);
+  const uint8_t state = p->rxState;
   EXPECT_EQ(lldpMsgRecv(p, aux, f.data(), 64), 0);
-  EXPECT_TRUE(p->rx.recvsize == 64 && p->rcvFrame == 0);
+  EXPECT_TRUE(p->rx.recvsize == 64 && p->rcvFrame == 0 && p->rxState == state);
+  EXPECT_EQ(p->statsFramesInTotal + p->statsFramesDiscardedTotal + p->statsFramesInErrorsTotal, 0u);
   // A port without a receive buffer takes nothing.
   LldpPort* q = port(2, 1);
   EXPECT_EQ(lldpMsgRecv(q, aux, f.data(), 64), 0);
