@@ -110,6 +110,17 @@ inline uint8_t* copyBytes(const std::vector<uint8_t>& v) {
   return d;
 }
 
+// A management address entry of the given subtype (1 IPv4, 2 IPv6),
+// interface numbering ifIndex; freed with silFree (or the TLV cleanup).
+inline lldpMgmtAddr* newAddr(uint8_t subtype, const std::vector<uint8_t>& addr) {
+  auto* m = static_cast<lldpMgmtAddr*>(silCalloc(1, sizeof(lldpMgmtAddr)));
+  m->mgmtAddrSubtype = subtype;
+  m->mgmtAddrIfSubtype = 2;
+  m->mgmtAddrLen = static_cast<uint8_t>(addr.size());
+  std::memcpy(m->mgmtAddr, addr.data(), addr.size());
+  return m;
+}
+
 // Platform objects and port settings for every TLV family and every optional
 // TLV: three VLAN names, two PPVIDs, four protocol identities, all eight
 // network policies, the three location formats, both extended power forms,
