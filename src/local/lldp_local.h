@@ -98,5 +98,15 @@ int lldpPrivPortGetCapSupported(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpPrivPortGetCapDfltEnabled(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpCheckPoeStatus(uint32_t unit);  // 0 with PoE, -1 without
 
+// Every PoE answer of a port from one presence check, each PoE object read
+// once: the values the single providers above give on a steady platform.
+// Returns -1, with no output and nothing logged, when the presence itself
+// cannot be read; the caller then asks the single providers.
+struct LldpPortPoe {
+  uint32_t mdiSupported, mdiEnabled, pairControlable, pairs, powerClass;
+  uint32_t psePriority, psePowerValue;
+};
+int lldpPortGetPoe(uint32_t unit, LldpPortPoe* out);
+
 // ---- Management address object identifier codec (lldp_oid.cpp) -----------
 #include "local/lldp_oid.h"  // IWYU pragma: export

@@ -17,6 +17,7 @@
 #include "platform/zor_if.h"
 #include "port/lldp_mgmt_addr.h"
 #include "tx/lldp_tx.h"
+#include "tx/lldp_txcache.h"
 
 namespace {
 
@@ -299,11 +300,13 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
     lldpMgmtAddrTlv(port, port->localMgmtAddrList);
   }
 
+  LldpTxCache cache;
   const uint32_t ext = gLldpInfo.extEnabled;
   if (ext & LLDP_EXT_DOT1) {
-    if (port->pvidTxEnable == 1) lldpDot1PvidTlv(port);
-    if (port->juniperTlvTxEnable == 1) lldpJuniperTlv(port);
-    txForEachVid(port->ppvidTxEnable, [port](uint16_t vid) { lldpDot1PpvidTlv(port, vid); });
+    if (port->pvidTxEnable == 1) lldpDot1PvidTlv(port, &cache);
+    if (port->juniperTlvTxEnable == 1) lldpJuniperTlv(port, &cache);
+    txForEachVid(port->ppvidTxEnable,
+                 [port, &cache](uint16_t vid) { lldpDot1PpvidTlv(port, vid, &cache); });
     txForEachVid(port->vlanNameTxEnable, [port](uint16_t vid) { lldpDot1VlanNameTlv(port, vid); });
     if (port->protocolIdTxEnable == 1) {
       uint8_t bitmap[32] = {};
@@ -322,7 +325,7 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
   if (ext & LLDP_EXT_DOT3) {
     const uint8_t m = port->dot3TlvTxEnabled;
     if (m & 0x80) lldpDot3MacPhyTlv(port);
-    if (m & 0x40) lldpDot3MdiPowerTlv(port);
+    if (m & 0x40) lldpDot3MdiPowerTlv(port, &cache);
     if (m & 0x20) lldpDot3LinkAggTlv(port);
     if (m & 0x10) lldpDot3MaxFrameSizeTlv(port);
   }
@@ -334,7 +337,7 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
       for (uint32_t t = 1; t <= 8; ++t) lldpMedPolicyTlv(port, t);
     if (m & 0x20)
       for (uint32_t f = 1; f <= 3; ++f) lldpMedLocationTlv(port, f);
-    if (m & 0x10) lldpMedXpoepseTlv(port);
+    if (m & 0x10) lldpMedXpoepseTlv(port, &cache);
     if (m & 0x08) lldpMedXpoepdTlv(port);
     if (m & 0x04) {
       lldpMedHwrevTlv(port);
@@ -349,17 +352,10 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
 
   if (ext & LLDP_EXT_PRIV) {
     const uint8_t m = port->privTlvTxEnabled[0];
-    if (m & 0x80) lldpPrivCapsTlv(port);
-    if (m & 0x40) lldpPrivSysOidTlv(port);
-    if (m & 0x20) {
-      lldpPrivHwrevTlv(port);
-      lldpPrivFwrevTlv(port);
-      lldpPrivSwrevTlv(port);
-      lldpPrivSnTlv(port);
-      lldpPrivMfgNameTlv(port);
-      lldpPrivModelNameTlv(port);
-      lldpPrivAssetIdTlv(port);
-    }
+    if (m & 0x80) lldpPrivCapsTlv(port, &cache);
+    if (m & 0x40) lldpPrivSysOidTlv(port, &cache);
+    if (m & 0x20)
+      for (uint8_t subtype = 3; subtype <= 9; ++subtype) lldpPrivInventoryTlv(port, subtype, &cache);
   }
 
   lldpEndofLldpduTlv(port);
