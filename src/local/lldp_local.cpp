@@ -574,6 +574,23 @@ int lldpMedPortGetPolicyTagged(const LldpPort* port, uint32_t appType, uint32_t*
   return policyField(port, appType, PolicyField::Tagged, value);
 }
 
+int lldpMedPortGetPolicyFields(const LldpPort* port, uint32_t appType, LldpMedPolicyFields* out) {
+  const LldpMedPolicy* p = policyOf(port, appType);
+  if (p == nullptr || out == nullptr) return -1;
+  if (voiceServiceOwns(port, appType)) {
+    if (getInt(voiceVlanIfGetApi, port->unit, 1, &out->vid) != 0 ||
+        getInt(voiceVlanScalarGetApi, 0, 10, &out->pri) != 0 ||
+        getInt(voiceVlanScalarGetApi, 0, 11, &out->dscp) != 0)
+      return -1;
+    out->unknown = 0;
+    out->tagged = 1;
+    return 0;
+  }
+  if (!policyPresent(p)) return -1;
+  *out = LldpMedPolicyFields{p->vid, p->priority, p->dscp, p->unknown, p->tagged};
+  return 0;
+}
+
 int lldpMedPortGetLocationSupported(uint32_t, uint32_t format) {
   return (format >= 1 && format <= 3) ? 0 : -1;
 }

@@ -88,6 +88,12 @@ int lldpMedPortGetPolicyPri(const LldpPort* port, uint32_t appType, uint32_t* va
 int lldpMedPortGetPolicyDscp(const LldpPort* port, uint32_t appType, uint32_t* value);
 int lldpMedPortGetPolicyUnknown(const LldpPort* port, uint32_t appType, uint32_t* value);
 int lldpMedPortGetPolicyTagged(const LldpPort* port, uint32_t appType, uint32_t* value);
+// The five fields above in one call, with one look at who owns the policy;
+// -1 when any of them would fail (then *out is not to be used).
+struct LldpMedPolicyFields {
+  uint32_t vid, pri, dscp, unknown, tagged;
+};
+int lldpMedPortGetPolicyFields(const LldpPort* port, uint32_t appType, LldpMedPolicyFields* out);
 int lldpMedPortGetLocationSupported(uint32_t unit, uint32_t format);
 int lldpMedPortGetLocation(uint32_t unit, uint32_t format, uint8_t* buf, uint32_t* len);
 int lldpMedPortGetPsePowerSource(uint32_t unit, uint32_t* value);

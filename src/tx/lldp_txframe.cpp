@@ -7,6 +7,7 @@
 // trace shows every TLV that was attempted; the frame is dropped at the end.
 //
 // REQUIRES: lldpLock held (runs on the protocol task under the agent lock).
+#include <bit>
 #include <cstring>
 
 #include "core/lldp_info.h"
@@ -75,22 +76,41 @@ int txFrameHeader(LldpPort* port) {
   return 0;
 }
 
-// Calls fn for every VLAN id whose bit is set in a 512-byte VLAN bitmap, in
-// ascending order (bit n, MSB first, is VLAN n + 1). Most of a bitmap is
-// zero: it is scanned a word at a time.
-template <typename Fn>
-void txForEachVid(const uint8_t (&bits)[512], Fn fn) {
-  for (uint32_t w = 0; w < 512; w += 8) {
-    uint64_t word;
-    std::memcpy(&word, bits + w, 8);
-    if (word == 0) continue;
-    for (uint32_t i = w; i < w + 8; ++i) {
-      const uint8_t b = bits[i];
-      if (b == 0) continue;
-      for (uint32_t j = 0; j < 8; ++j)
-        if (b & (0x80u >> j)) fn(static_cast<uint16_t>(8 * i + j + 1));
+// Calls fn(n) for every bit n set in a bit string of Size bytes, in
+// ascending order; bit n is bit 7 - n % 8 of byte n / 8. Most of a VLAN
+// bitmap is zero: it is skipped 64 bytes at a time, then a word at a time.
+template <uint32_t Size, typename Fn>
+void txForEachBit(const uint8_t (&bits)[Size], Fn fn) {
+  static_assert(Size % 8 == 0);
+  constexpr uint32_t kBlock = Size < 64 ? Size : 64;
+  static_assert(Size % kBlock == 0);
+  for (uint32_t block = 0; block < Size; block += kBlock) {
+    uint64_t any = 0;
+    for (uint32_t w = block; w < block + kBlock; w += 8) {
+      uint64_t word;
+      std::memcpy(&word, bits + w, 8);
+      any |= word;
+    }
+    if (any == 0) continue;
+    for (uint32_t w = block; w < block + kBlock; w += 8) {
+      uint64_t word;
+      std::memcpy(&word, bits + w, 8);
+      if (word == 0) continue;
+      // Big-endian load: the stored bit order becomes most significant first.
+      word = __builtin_bswap64(word);
+      while (word != 0) {
+        const uint32_t lead = static_cast<uint32_t>(std::countl_zero(word));
+        fn(8 * w + lead);
+        word &= ~(uint64_t{1} << (63 - lead));
+      }
     }
   }
+}
+
+// Every VLAN id whose bit is set in a 512-byte VLAN bitmap (bit n is VLAN n + 1).
+template <typename Fn>
+void txForEachVid(const uint8_t (&bits)[512], Fn fn) {
+  txForEachBit(bits, [&fn](uint32_t n) { fn(static_cast<uint16_t>(n + 1)); });
 }
 
 // Short frames go out as 64 bytes; the tail is cleared so that no stale
@@ -137,24 +157,32 @@ int txMgmtAddrWrite(LldpPort* port, uint8_t subtype, const uint8_t* addr, uint32
 
 }  // namespace
 
-uint16_t lldpTxReverse16(const uint8_t* bits2) {
-  uint32_t v = lldpGet16(bits2);
-  uint32_t r = 0;
-  for (int i = 0; i < 16; ++i) {
-    r = (r << 1) | (v & 1);
-    v >>= 1;
+namespace {
+
+struct ReverseTable {
+  uint8_t r[256];
+  constexpr ReverseTable() : r() {
+    for (uint32_t b = 0; b < 256; ++b) {
+      uint32_t v = b, x = 0;
+      for (int i = 0; i < 8; ++i) {
+        x = (x << 1) | (v & 1);
+        v >>= 1;
+      }
+      r[b] = static_cast<uint8_t>(x);
+    }
   }
-  return static_cast<uint16_t>(r);
+};
+constexpr ReverseTable kReverse;
+
+}  // namespace
+
+// The 16-bit value read big-endian, its bits reversed: each byte reversed,
+// and the two bytes swapped.
+uint16_t lldpTxReverse16(const uint8_t* bits2) {
+  return static_cast<uint16_t>((kReverse.r[bits2[1]] << 8) | kReverse.r[bits2[0]]);
 }
 
-uint8_t lldpTxReverse8(uint8_t b) {
-  uint32_t v = b, r = 0;
-  for (int i = 0; i < 8; ++i) {
-    r = (r << 1) | (v & 1);
-    v >>= 1;
-  }
-  return static_cast<uint8_t>(r);
-}
+uint8_t lldpTxReverse8(uint8_t b) { return kReverse.r[b]; }
 
 // ---- Basic TLVs --------------------------------------------------------------
 
@@ -313,11 +341,9 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
       uint32_t len = sizeof bitmap;
       if (lldpDot1PortGetProtoState(port->unit, bitmap, &len) == 0) {
         if (len > sizeof bitmap) len = sizeof bitmap;
-        for (uint32_t i = 0; i < len; ++i) {
-          if (bitmap[i] == 0) continue;
-          for (uint32_t j = 0; j < 8; ++j)
-            if (bitmap[i] & (0x80u >> j)) lldpDot1ProtoTlv(port, 8 * i + j);
-        }
+        // Bytes past len are cleared so that the whole bitmap can be scanned.
+        std::memset(bitmap + len, 0, sizeof bitmap - len);
+        txForEachBit(bitmap, [port](uint32_t n) { lldpDot1ProtoTlv(port, n); });
       }
     }
   }

@@ -146,10 +146,21 @@ constexpr ProtoEntry kProtocols[] = {
     {143, "y1731", 2, {0x89, 0x02}},
 };
 
+constexpr uint32_t kProtoCount = sizeof kProtocols / sizeof kProtocols[0];
+
+// Protocol number to its entry (1-based; 0 for none), asked for every
+// advertised protocol of every frame.
+struct ProtoIndex {
+  uint8_t at[256];
+  constexpr ProtoIndex() : at() {
+    for (uint32_t i = kProtoCount; i-- > 0;) at[kProtocols[i].number] = static_cast<uint8_t>(i + 1);
+  }
+};
+constexpr ProtoIndex kProtoIndex;
+
 const ProtoEntry* txProtoFind(uint32_t proto) {
-  for (const ProtoEntry& e : kProtocols)
-    if (e.number == proto) return &e;
-  return nullptr;
+  if (proto >= 256 || kProtoIndex.at[proto] == 0) return nullptr;
+  return &kProtocols[kProtoIndex.at[proto] - 1];
 }
 
 }  // namespace
@@ -326,19 +337,14 @@ int lldpMedCapsTlv(LldpPort* port) {
 }
 
 int lldpMedPolicyWord(const LldpPort* port, uint32_t appType, uint32_t* word) {
-  uint32_t vid = 0, pri = 0, dscp = 0, unknown = 0, tagged = 0;
-  if (lldpMedPortGetPolicyVid(port, appType, &vid) != 0 ||
-      lldpMedPortGetPolicyPri(port, appType, &pri) != 0 ||
-      lldpMedPortGetPolicyDscp(port, appType, &dscp) != 0 ||
-      lldpMedPortGetPolicyUnknown(port, appType, &unknown) != 0 ||
-      lldpMedPortGetPolicyTagged(port, appType, &tagged) != 0)
-    return -1;
+  LldpMedPolicyFields f{};
+  if (lldpMedPortGetPolicyFields(port, appType, &f) != 0) return -1;
   uint32_t w = appType << 24;
-  if (unknown == 1) w |= 0x800000;
-  if (tagged == 1) w |= 0x400000;
-  w |= (vid << 9) & 0x1FFE00;
-  w |= (pri << 6) & 0x1C0;
-  w |= dscp & 63;
+  if (f.unknown == 1) w |= 0x800000;
+  if (f.tagged == 1) w |= 0x400000;
+  w |= (f.vid << 9) & 0x1FFE00;
+  w |= (f.pri << 6) & 0x1C0;
+  w |= f.dscp & 63;
   *word = w;
   return 0;
 }
