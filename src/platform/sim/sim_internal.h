@@ -71,6 +71,23 @@ struct ObjKeyHash {
   }
 };
 
+// A direct-mapped cache of object lookups in front of the map: the agent
+// asks the same few objects many times per frame. An entry is valid while
+// its stamp equals the cache's, which every change to the objects moves on;
+// a valid entry with a null object remembers an absent one.
+struct ObjCacheEntry {
+  ObjKey key{};
+  uint64_t stamp = 0;
+  const Obj* obj = nullptr;
+};
+constexpr uint32_t kObjCacheBits = 10;
+constexpr size_t kObjCacheSize = size_t{1} << kObjCacheBits;
+
+inline size_t objCacheSlot(const ObjKey& k) {
+  const uint32_t h = (k.objId + k.unit * 0x10001u + k.svc * 0x1000193u) * 0x9E3779B1u;
+  return h >> (32 - kObjCacheBits);
+}
+
 struct IndexTrans {
   uint32_t index, ifType, portKind, status;
   int rc;
@@ -119,6 +136,8 @@ struct State {
   std::vector<CmdServer> cmdServers;
 
   std::unordered_map<ObjKey, Obj, ObjKeyHash> objects;
+  uint64_t objStamp = 1;  // 0 never matches: entries start invalid
+  ObjCacheEntry objCache[kObjCacheSize];
   std::map<std::pair<uint32_t, uint32_t>, IndexTrans> indexTrans;
   uint32_t selfSysIndex = 1;
   std::vector<IpEntry> ips;
