@@ -85,12 +85,11 @@ void txForEachBit(const uint8_t (&bits)[Size], Fn fn) {
   constexpr uint32_t kBlock = Size < 64 ? Size : 64;
   static_assert(Size % kBlock == 0);
   for (uint32_t block = 0; block < Size; block += kBlock) {
+    uint64_t words[kBlock / 8];
+    std::memcpy(words, bits + block, kBlock);
     uint64_t any = 0;
-    for (uint32_t w = block; w < block + kBlock; w += 8) {
-      uint64_t word;
-      std::memcpy(&word, bits + w, 8);
-      any |= word;
-    }
+#pragma GCC unroll 8
+    for (uint64_t word : words) any |= word;
     if (any == 0) continue;
     for (uint32_t w = block; w < block + kBlock; w += 8) {
       uint64_t word;

@@ -88,6 +88,14 @@ inline size_t objCacheSlot(const ObjKey& k) {
   return h >> (32 - kObjCacheBits);
 }
 
+// Kept apart from State and constant-initialised, so that a hit needs no
+// guard of a function-local static.
+struct ObjCache {
+  uint64_t stamp = 1;  // 0 never matches: entries start invalid
+  ObjCacheEntry entries[kObjCacheSize];
+};
+inline constinit ObjCache gObjCache{};
+
 struct IndexTrans {
   uint32_t index, ifType, portKind, status;
   int rc;
@@ -136,8 +144,6 @@ struct State {
   std::vector<CmdServer> cmdServers;
 
   std::unordered_map<ObjKey, Obj, ObjKeyHash> objects;
-  uint64_t objStamp = 1;  // 0 never matches: entries start invalid
-  ObjCacheEntry objCache[kObjCacheSize];
   std::map<std::pair<uint32_t, uint32_t>, IndexTrans> indexTrans;
   uint32_t selfSysIndex = 1;
   std::vector<IpEntry> ips;

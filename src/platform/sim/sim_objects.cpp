@@ -15,7 +15,7 @@ namespace sim::detail {
 void resetObjects() {
   State& s = st();
   s.objects.clear();
-  s.objStamp++;
+  gObjCache.stamp++;
   s.indexTrans.clear();
   s.selfSysIndex = 1;
   s.ips.clear();
@@ -48,25 +48,23 @@ __attribute__((noinline)) const Obj* findObjSlow(const ObjKey& key, ObjCacheEntr
   State& s = st();
   auto it = s.objects.find(key);
   e.key = key;
-  e.stamp = s.objStamp;
+  e.stamp = gObjCache.stamp;
   e.obj = it == s.objects.end() ? nullptr : &it->second;
   return e.obj;
 }
 
 const Obj* findObj(sim::Svc svc, uint32_t unit, uint32_t objId) {
-  State& s = st();
   const ObjKey key = keyOf(svc, unit, objId);
-  ObjCacheEntry& e = s.objCache[objCacheSlot(key)];
-  if (e.stamp == s.objStamp && e.key == key) return e.obj;
+  ObjCacheEntry& e = gObjCache.entries[objCacheSlot(key)];
+  if (e.stamp == gObjCache.stamp && e.key == key) return e.obj;
   return findObjSlow(key, e);
 }
 
 // Every change to the objects goes through here, so that no cached lookup
 // outlives it.
 Obj& objSlot(sim::Svc svc, uint32_t unit, uint32_t objId) {
-  State& s = st();
-  s.objStamp++;
-  return s.objects[keyOf(svc, unit, objId)];
+  gObjCache.stamp++;
+  return st().objects[keyOf(svc, unit, objId)];
 }
 
 // The object's stored kind tells how `out` is to be read: uint32_t* for an
@@ -128,7 +126,7 @@ void failObject(Svc svc, uint32_t unit, uint32_t objId, int rc) {
   objSlot(svc, unit, objId) = std::move(o);
 }
 void clearObject(Svc svc, uint32_t unit, uint32_t objId) {
-  st().objStamp++;
+  gObjCache.stamp++;
   st().objects.erase(keyOf(svc, unit, objId));
 }
 
