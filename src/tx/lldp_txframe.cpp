@@ -95,8 +95,8 @@ void txForEachBit(const uint8_t (&bits)[Size], Fn fn) {
       uint64_t word;
       std::memcpy(&word, bits + w, 8);
       if (word == 0) continue;
-      // Big-endian load: the stored bit order becomes most significant first.
-      word = __builtin_bswap64(word);
+      // Read big-endian: the stored bit order becomes most significant first.
+      if constexpr (std::endian::native == std::endian::little) word = __builtin_bswap64(word);
       while (word != 0) {
         const uint32_t lead = static_cast<uint32_t>(std::countl_zero(word));
         fn(8 * w + lead);
