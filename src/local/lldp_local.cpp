@@ -102,6 +102,33 @@ uint32_t poeValueOr(uint32_t unit, uint32_t objId, uint32_t dflt) {
   return v;
 }
 
+// The platform's class numbering mapped as the deployed agents do, 9 and 0
+// included; peers rely on it. A failed read counts as class 2.
+uint32_t powerClassOf(int rc, uint32_t cls) {
+  if (rc != 0) return 2;
+  if (cls >= 1 && cls <= 4) return cls + 1;
+  if (cls == 9) return 1;
+  return 0;
+}
+
+// PSE priority from the platform's (a failed read counts as 2).
+uint32_t psePriorityOf(int rc, uint32_t v) {
+  if (rc != 0) v = 2;
+  return (v >= 1 && v <= 3) ? v + 1 : 1;
+}
+
+// PSE power in milliwatts for a mapped class.
+uint32_t psePowerOf(uint32_t cls) {
+  switch (cls) {
+    case 1:
+    case 4: return 15400;
+    case 2: return 4000;
+    case 3: return 7000;
+    case 5: return 30000;
+    default: return cls;
+  }
+}
+
 // ---- LLDP-MED network policy ------------------------------------------------
 
 constexpr uint32_t kMaxAppType = 8;
@@ -296,15 +323,12 @@ int lldpPortGetAlias(uint32_t unit, uint8_t* buf, uint32_t* len) {
 
 int lldpPortGetDescr(uint32_t unit, uint8_t* buf, uint32_t* len) {
   uint32_t size = *len;
-  char descr[513] = {};
+  // The description is read into buf; the alias read below leaves buf alone,
+  // so the description is only copied out when it is formatted.
   uint32_t n = 0;
-  if (getOctets(zorIfGetApi, unit, 2, buf, size, &n) == 0) {
-    n = std::min(n, 512u);
-    std::memcpy(descr, buf, n);
-  }
-  descr[512] = 0;
+  if (getOctets(zorIfGetApi, unit, 2, buf, size, &n) != 0) n = 0;
 
-  char alias[257] = {};
+  char alias[257];
   uint32_t aliasLen = 0;
   int rc = getOctets(zorIfGetApi, unit, 4, alias, 256, &aliasLen);
   if (rc != 0) aliasLen = 0;
@@ -316,6 +340,10 @@ int lldpPortGetDescr(uint32_t unit, uint8_t* buf, uint32_t* len) {
     *len = m;
     return rc;
   }
+  char descr[513];
+  n = std::min(n, 512u);
+  std::memcpy(descr, buf, n);
+  descr[n] = 0;
   // The empty alias is formatted in too, so the text ends in a blank; other
   // agents and the command line expect exactly that.
   *len = std::min(formatInto(buf, size, "%s SNMP-Index:%u %s", descr, unit, alias), kMaxTextLen);
@@ -362,8 +390,31 @@ int lldpDot1PortGetCapSupported(uint32_t, uint8_t* buf, uint32_t* len) {
 
 int lldpDot1PortGetPvid(uint32_t unit, uint32_t* pvid) { return getInt(zorIfGetApi, unit, 159, pvid); }
 
+// "vlan:" and the id as a signed decimal (as "%d" of the id as int would
+// give), cut to the buffer like formatInto; written by hand since it is asked
+// for every advertised VLAN of every frame.
 int lldpDot1PortGetVlanName(uint32_t, uint32_t vid, uint8_t* buf, uint32_t* len) {
-  *len = formatInto(buf, *len, "vlan:%d", static_cast<int>(vid));
+  char text[16] = {'v', 'l', 'a', 'n', ':'};
+  uint32_t n = 5;
+  const int32_t id = static_cast<int32_t>(vid);
+  uint32_t mag = id < 0 ? 0u - vid : vid;
+  if (id < 0) text[n++] = '-';
+  char digits[10];
+  uint32_t d = 0;
+  do {
+    digits[d++] = static_cast<char>('0' + mag % 10);
+    mag /= 10;
+  } while (mag != 0);
+  while (d != 0) text[n++] = digits[--d];
+  const uint32_t size = *len;
+  if (size == 0) {
+    *len = 0;
+    return 0;
+  }
+  const uint32_t m = std::min(n, size - 1);
+  std::memcpy(buf, text, m);
+  buf[m] = 0;
+  *len = m;
   return 0;
 }
 
@@ -445,15 +496,8 @@ int lldpDot3PortGetPowerClass(uint32_t unit, uint32_t* value) {
     return 0;
   }
   uint32_t cls = 0;
-  if (poeIfGetApi(unit, 7, &cls) != 0) {
-    *value = 2;
-    return 0;
-  }
-  // The platform's class numbering mapped as the deployed agents do, 9 and
-  // 0 included; peers rely on it.
-  if (cls >= 1 && cls <= 4) *value = cls + 1;
-  else if (cls == 9) *value = 1;
-  else *value = 0;
+  const int rc = poeIfGetApi(unit, 7, &cls);
+  *value = powerClassOf(rc, cls);
   return 0;
 }
 
@@ -530,6 +574,23 @@ int lldpMedPortGetPolicyTagged(const LldpPort* port, uint32_t appType, uint32_t*
   return policyField(port, appType, PolicyField::Tagged, value);
 }
 
+int lldpMedPortGetPolicyFields(const LldpPort* port, uint32_t appType, LldpMedPolicyFields* out) {
+  const LldpMedPolicy* p = policyOf(port, appType);
+  if (p == nullptr || out == nullptr) return -1;
+  if (voiceServiceOwns(port, appType)) {
+    if (getInt(voiceVlanIfGetApi, port->unit, 1, &out->vid) != 0 ||
+        getInt(voiceVlanScalarGetApi, 0, 10, &out->pri) != 0 ||
+        getInt(voiceVlanScalarGetApi, 0, 11, &out->dscp) != 0)
+      return -1;
+    out->unknown = 0;
+    out->tagged = 1;
+    return 0;
+  }
+  if (!policyPresent(p)) return -1;
+  *out = LldpMedPolicyFields{p->vid, p->priority, p->dscp, p->unknown, p->tagged};
+  return 0;
+}
+
 int lldpMedPortGetLocationSupported(uint32_t, uint32_t format) {
   return (format >= 1 && format <= 3) ? 0 : -1;
 }
@@ -557,8 +618,8 @@ int lldpMedPortGetPsePowerPriority(uint32_t unit, uint32_t* value) {
     return 0;
   }
   uint32_t v = 0;
-  if (poeIfGetApi(unit, 5, &v) != 0) v = 2;
-  *value = (v >= 1 && v <= 3) ? v + 1 : 1;
+  const int rc = poeIfGetApi(unit, 5, &v);
+  *value = psePriorityOf(rc, v);
   return 0;
 }
 
@@ -569,14 +630,7 @@ int lldpMedPortGetPsePowerValue(uint32_t unit, uint32_t* value) {
   }
   uint32_t cls = 0;
   lldpDot3PortGetPowerClass(unit, &cls);
-  switch (cls) {
-    case 1:
-    case 4: *value = 15400; break;
-    case 2: *value = 4000; break;
-    case 3: *value = 7000; break;
-    case 5: *value = 30000; break;
-    default: *value = cls; break;
-  }
+  *value = psePowerOf(cls);
   return 0;
 }
 
@@ -603,4 +657,32 @@ int lldpCheckPoeStatus(uint32_t unit) {
     std::memset(protos, 0, sizeof(protos));
   }
   return lldpBitTest(protos, 183) ? 0 : -1;
+}
+
+int lldpPortGetPoe(uint32_t unit, LldpPortPoe* out) {
+  uint8_t protos[48] = {};
+  uint32_t n = 0;
+  if (getOctets(zorIfGetApi, unit, 55, protos, sizeof(protos), &n) != 0) return -1;
+  if (!lldpBitTest(protos, 183)) {
+    *out = LldpPortPoe{2, 2, 2, 1, 2, 3, 33};
+    return 0;
+  }
+  // One PoE object into v; its value, or dflt when the read fails.
+  uint32_t v = 0;
+  auto read = [unit, &v](uint32_t objId, uint32_t dflt) {
+    v = 0;
+    return poeIfGetApi(unit, objId, &v) == 0 ? v : dflt;
+  };
+  out->mdiSupported = 1;
+  out->mdiEnabled = read(1, 2);
+  out->pairControlable = read(2, 2);
+  out->pairs = read(3, 1);
+  v = 0;
+  int rc = poeIfGetApi(unit, 7, &v);
+  out->powerClass = powerClassOf(rc, v);
+  v = 0;
+  rc = poeIfGetApi(unit, 5, &v);
+  out->psePriority = psePriorityOf(rc, v);
+  out->psePowerValue = psePowerOf(out->powerClass);
+  return 0;
 }

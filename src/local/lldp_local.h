@@ -88,6 +88,12 @@ int lldpMedPortGetPolicyPri(const LldpPort* port, uint32_t appType, uint32_t* va
 int lldpMedPortGetPolicyDscp(const LldpPort* port, uint32_t appType, uint32_t* value);
 int lldpMedPortGetPolicyUnknown(const LldpPort* port, uint32_t appType, uint32_t* value);
 int lldpMedPortGetPolicyTagged(const LldpPort* port, uint32_t appType, uint32_t* value);
+// The five fields above in one call, with one look at who owns the policy;
+// -1 when any of them would fail (then *out is not to be used).
+struct LldpMedPolicyFields {
+  uint32_t vid, pri, dscp, unknown, tagged;
+};
+int lldpMedPortGetPolicyFields(const LldpPort* port, uint32_t appType, LldpMedPolicyFields* out);
 int lldpMedPortGetLocationSupported(uint32_t unit, uint32_t format);
 int lldpMedPortGetLocation(uint32_t unit, uint32_t format, uint8_t* buf, uint32_t* len);
 int lldpMedPortGetPsePowerSource(uint32_t unit, uint32_t* value);
@@ -97,6 +103,16 @@ int lldpMedPortGetPsePowerValue(uint32_t unit, uint32_t* value);
 int lldpPrivPortGetCapSupported(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpPrivPortGetCapDfltEnabled(uint32_t unit, uint8_t* buf, uint32_t* len);
 int lldpCheckPoeStatus(uint32_t unit);  // 0 with PoE, -1 without
+
+// Every PoE answer of a port from one presence check, each PoE object read
+// once: the values the single providers above give on a steady platform.
+// Returns -1, with no output and nothing logged, when the presence itself
+// cannot be read; the caller then asks the single providers.
+struct LldpPortPoe {
+  uint32_t mdiSupported, mdiEnabled, pairControlable, pairs, powerClass;
+  uint32_t psePriority, psePowerValue;
+};
+int lldpPortGetPoe(uint32_t unit, LldpPortPoe* out);
 
 // ---- Management address object identifier codec (lldp_oid.cpp) -----------
 #include "local/lldp_oid.h"  // IWYU pragma: export

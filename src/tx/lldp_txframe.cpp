@@ -7,6 +7,7 @@
 // trace shows every TLV that was attempted; the frame is dropped at the end.
 //
 // REQUIRES: lldpLock held (runs on the protocol task under the agent lock).
+#include <bit>
 #include <cstring>
 
 #include "core/lldp_info.h"
@@ -17,6 +18,7 @@
 #include "platform/zor_if.h"
 #include "port/lldp_mgmt_addr.h"
 #include "tx/lldp_tx.h"
+#include "tx/lldp_txcache.h"
 
 namespace {
 
@@ -74,22 +76,40 @@ int txFrameHeader(LldpPort* port) {
   return 0;
 }
 
-// Calls fn for every VLAN id whose bit is set in a 512-byte VLAN bitmap, in
-// ascending order (bit n, MSB first, is VLAN n + 1). Most of a bitmap is
-// zero: it is scanned a word at a time.
-template <typename Fn>
-void txForEachVid(const uint8_t (&bits)[512], Fn fn) {
-  for (uint32_t w = 0; w < 512; w += 8) {
-    uint64_t word;
-    std::memcpy(&word, bits + w, 8);
-    if (word == 0) continue;
-    for (uint32_t i = w; i < w + 8; ++i) {
-      const uint8_t b = bits[i];
-      if (b == 0) continue;
-      for (uint32_t j = 0; j < 8; ++j)
-        if (b & (0x80u >> j)) fn(static_cast<uint16_t>(8 * i + j + 1));
+// Calls fn(n) for every bit n set in a bit string of Size bytes, in
+// ascending order; bit n is bit 7 - n % 8 of byte n / 8. Most of a VLAN
+// bitmap is zero: it is skipped 64 bytes at a time, then a word at a time.
+template <uint32_t Size, typename Fn>
+void txForEachBit(const uint8_t (&bits)[Size], Fn fn) {
+  static_assert(Size % 8 == 0);
+  constexpr uint32_t kBlock = Size < 64 ? Size : 64;
+  static_assert(Size % kBlock == 0);
+  for (uint32_t block = 0; block < Size; block += kBlock) {
+    uint64_t words[kBlock / 8];
+    std::memcpy(words, bits + block, kBlock);
+    uint64_t any = 0;
+#pragma GCC unroll 8
+    for (uint64_t word : words) any |= word;
+    if (any == 0) continue;
+    for (uint32_t w = block; w < block + kBlock; w += 8) {
+      uint64_t word;
+      std::memcpy(&word, bits + w, 8);
+      if (word == 0) continue;
+      // Read big-endian: the stored bit order becomes most significant first.
+      if constexpr (std::endian::native == std::endian::little) word = __builtin_bswap64(word);
+      while (word != 0) {
+        const uint32_t lead = static_cast<uint32_t>(std::countl_zero(word));
+        fn(8 * w + lead);
+        word &= ~(uint64_t{1} << (63 - lead));
+      }
     }
   }
+}
+
+// Every VLAN id whose bit is set in a 512-byte VLAN bitmap (bit n is VLAN n + 1).
+template <typename Fn>
+void txForEachVid(const uint8_t (&bits)[512], Fn fn) {
+  txForEachBit(bits, [&fn](uint32_t n) { fn(static_cast<uint16_t>(n + 1)); });
 }
 
 // Short frames go out as 64 bytes; the tail is cleared so that no stale
@@ -136,24 +156,32 @@ int txMgmtAddrWrite(LldpPort* port, uint8_t subtype, const uint8_t* addr, uint32
 
 }  // namespace
 
-uint16_t lldpTxReverse16(const uint8_t* bits2) {
-  uint32_t v = lldpGet16(bits2);
-  uint32_t r = 0;
-  for (int i = 0; i < 16; ++i) {
-    r = (r << 1) | (v & 1);
-    v >>= 1;
+namespace {
+
+struct ReverseTable {
+  uint8_t r[256];
+  constexpr ReverseTable() : r() {
+    for (uint32_t b = 0; b < 256; ++b) {
+      uint32_t v = b, x = 0;
+      for (int i = 0; i < 8; ++i) {
+        x = (x << 1) | (v & 1);
+        v >>= 1;
+      }
+      r[b] = static_cast<uint8_t>(x);
+    }
   }
-  return static_cast<uint16_t>(r);
+};
+constexpr ReverseTable kReverse;
+
+}  // namespace
+
+// The 16-bit value read big-endian, its bits reversed: each byte reversed,
+// and the two bytes swapped.
+uint16_t lldpTxReverse16(const uint8_t* bits2) {
+  return static_cast<uint16_t>((kReverse.r[bits2[1]] << 8) | kReverse.r[bits2[0]]);
 }
 
-uint8_t lldpTxReverse8(uint8_t b) {
-  uint32_t v = b, r = 0;
-  for (int i = 0; i < 8; ++i) {
-    r = (r << 1) | (v & 1);
-    v >>= 1;
-  }
-  return static_cast<uint8_t>(r);
-}
+uint8_t lldpTxReverse8(uint8_t b) { return kReverse.r[b]; }
 
 // ---- Basic TLVs --------------------------------------------------------------
 
@@ -299,22 +327,22 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
     lldpMgmtAddrTlv(port, port->localMgmtAddrList);
   }
 
+  LldpTxCache cache;
   const uint32_t ext = gLldpInfo.extEnabled;
   if (ext & LLDP_EXT_DOT1) {
-    if (port->pvidTxEnable == 1) lldpDot1PvidTlv(port);
-    if (port->juniperTlvTxEnable == 1) lldpJuniperTlv(port);
-    txForEachVid(port->ppvidTxEnable, [port](uint16_t vid) { lldpDot1PpvidTlv(port, vid); });
+    if (port->pvidTxEnable == 1) lldpDot1PvidTlv(port, &cache);
+    if (port->juniperTlvTxEnable == 1) lldpJuniperTlv(port, &cache);
+    txForEachVid(port->ppvidTxEnable,
+                 [port, &cache](uint16_t vid) { lldpDot1PpvidTlv(port, vid, &cache); });
     txForEachVid(port->vlanNameTxEnable, [port](uint16_t vid) { lldpDot1VlanNameTlv(port, vid); });
     if (port->protocolIdTxEnable == 1) {
       uint8_t bitmap[32] = {};
       uint32_t len = sizeof bitmap;
       if (lldpDot1PortGetProtoState(port->unit, bitmap, &len) == 0) {
         if (len > sizeof bitmap) len = sizeof bitmap;
-        for (uint32_t i = 0; i < len; ++i) {
-          if (bitmap[i] == 0) continue;
-          for (uint32_t j = 0; j < 8; ++j)
-            if (bitmap[i] & (0x80u >> j)) lldpDot1ProtoTlv(port, 8 * i + j);
-        }
+        // Bytes past len are cleared so that the whole bitmap can be scanned.
+        std::memset(bitmap + len, 0, sizeof bitmap - len);
+        txForEachBit(bitmap, [port](uint32_t n) { lldpDot1ProtoTlv(port, n); });
       }
     }
   }
@@ -322,7 +350,7 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
   if (ext & LLDP_EXT_DOT3) {
     const uint8_t m = port->dot3TlvTxEnabled;
     if (m & 0x80) lldpDot3MacPhyTlv(port);
-    if (m & 0x40) lldpDot3MdiPowerTlv(port);
+    if (m & 0x40) lldpDot3MdiPowerTlv(port, &cache);
     if (m & 0x20) lldpDot3LinkAggTlv(port);
     if (m & 0x10) lldpDot3MaxFrameSizeTlv(port);
   }
@@ -334,7 +362,7 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
       for (uint32_t t = 1; t <= 8; ++t) lldpMedPolicyTlv(port, t);
     if (m & 0x20)
       for (uint32_t f = 1; f <= 3; ++f) lldpMedLocationTlv(port, f);
-    if (m & 0x10) lldpMedXpoepseTlv(port);
+    if (m & 0x10) lldpMedXpoepseTlv(port, &cache);
     if (m & 0x08) lldpMedXpoepdTlv(port);
     if (m & 0x04) {
       lldpMedHwrevTlv(port);
@@ -349,17 +377,10 @@ uint32_t lldpMibConstrInfoLLDPDU(LldpPort* port) {
 
   if (ext & LLDP_EXT_PRIV) {
     const uint8_t m = port->privTlvTxEnabled[0];
-    if (m & 0x80) lldpPrivCapsTlv(port);
-    if (m & 0x40) lldpPrivSysOidTlv(port);
-    if (m & 0x20) {
-      lldpPrivHwrevTlv(port);
-      lldpPrivFwrevTlv(port);
-      lldpPrivSwrevTlv(port);
-      lldpPrivSnTlv(port);
-      lldpPrivMfgNameTlv(port);
-      lldpPrivModelNameTlv(port);
-      lldpPrivAssetIdTlv(port);
-    }
+    if (m & 0x80) lldpPrivCapsTlv(port, &cache);
+    if (m & 0x40) lldpPrivSysOidTlv(port, &cache);
+    if (m & 0x20)
+      for (uint8_t subtype = 3; subtype <= 9; ++subtype) lldpPrivInventoryTlv(port, subtype, &cache);
   }
 
   lldpEndofLldpduTlv(port);

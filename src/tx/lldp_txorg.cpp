@@ -12,6 +12,7 @@
 #include "platform/zor_if.h"
 #include "rx/lldp_msap.h"
 #include "tx/lldp_tx.h"
+#include "tx/lldp_txcache.h"
 
 namespace {
 
@@ -30,11 +31,16 @@ uint8_t* txOrgOpen(LldpPort* port, const uint8_t* oui, uint8_t subtype, uint32_t
   return p;
 }
 
-// The private OUI is the platform's, read at every build.
-void txPrivOui(uint8_t* oui) {
-  oui[0] = oui[1] = oui[2] = 0;
-  ZorOctets o{oui, 3};
-  if (zorScalarGetApi(0, kScalarPrivOui, &o) != 0) oui[0] = oui[1] = oui[2] = 0;
+// The private OUI is the platform's, read once per frame.
+const uint8_t* txPrivOui(LldpTxCache* cache) {
+  if (!cache->privOuiRead) {
+    uint8_t* oui = cache->privOui;
+    oui[0] = oui[1] = oui[2] = 0;
+    ZorOctets o{oui, 3};
+    if (zorScalarGetApi(0, kScalarPrivOui, &o) != 0) oui[0] = oui[1] = oui[2] = 0;
+    cache->privOuiRead = true;
+  }
+  return cache->privOui;
 }
 
 int txOrgBytes(LldpPort* port, const uint8_t* oui, uint8_t subtype, const uint8_t* data,
@@ -51,11 +57,6 @@ int txInventory(LldpPort* port, const uint8_t* oui, uint8_t subtype, const uint8
   return txOrgBytes(port, oui, subtype, str, n);
 }
 
-int txPrivInventory(LldpPort* port, uint8_t subtype, const uint8_t* str, uint8_t len) {
-  uint8_t oui[3];
-  txPrivOui(oui);
-  return txInventory(port, oui, subtype, str, len);
-}
 
 uint32_t txGet(int (*get)(uint32_t, uint32_t*), uint32_t unit) {
   uint32_t v = 0;
@@ -70,13 +71,38 @@ uint8_t txPowerByte(uint32_t devType, uint32_t source, uint32_t prio) {
                               ((prio - 1) & 15));
 }
 
-uint8_t txPsePowerByte(const LldpPort* port) {
-  return txPowerByte(gLldpInfo.medPoeDeviceType, txGet(lldpMedPortGetPsePowerSource, port->unit),
-                     txGet(lldpMedPortGetPsePowerPriority, port->unit));
+// The port's PoE answers, or null when its PoE presence cannot be read (the
+// single providers then answer, each logging the failure as it does).
+const LldpPortPoe* txPoe(const LldpPort* port, LldpTxCache* cache) {
+  if (!cache->poeRead) {
+    cache->poeOk = lldpPortGetPoe(port->unit, &cache->poe) == 0;
+    cache->poeRead = true;
+  }
+  return cache->poeOk ? &cache->poe : nullptr;
 }
 
-uint32_t txPsePowerTenths(const LldpPort* port) {
-  return txGet(lldpMedPortGetPsePowerValue, port->unit) / 100;
+uint8_t txPsePowerByte(const LldpPort* port, LldpTxCache* cache) {
+  if (!cache->pseSourceRead) {
+    cache->pseSource = txGet(lldpMedPortGetPsePowerSource, port->unit);
+    cache->pseSourceRead = true;
+  }
+  const LldpPortPoe* poe = txPoe(port, cache);
+  const uint32_t prio =
+      poe != nullptr ? poe->psePriority : txGet(lldpMedPortGetPsePowerPriority, port->unit);
+  return txPowerByte(gLldpInfo.medPoeDeviceType, cache->pseSource, prio);
+}
+
+uint32_t txPsePowerTenths(const LldpPort* port, LldpTxCache* cache) {
+  const LldpPortPoe* poe = txPoe(port, cache);
+  return (poe != nullptr ? poe->psePowerValue : txGet(lldpMedPortGetPsePowerValue, port->unit)) / 100;
+}
+
+uint32_t txPvid(const LldpPort* port, LldpTxCache* cache) {
+  if (!cache->pvidRead) {
+    cache->pvid = txGet(lldpDot1PortGetPvid, port->unit);
+    cache->pvidRead = true;
+  }
+  return cache->pvid;
 }
 
 // Power the port's first neighbour asked for in its extended 802.3 power TLV.
@@ -120,10 +146,21 @@ constexpr ProtoEntry kProtocols[] = {
     {143, "y1731", 2, {0x89, 0x02}},
 };
 
+constexpr uint32_t kProtoCount = sizeof kProtocols / sizeof kProtocols[0];
+
+// Protocol number to its entry (1-based; 0 for none), asked for every
+// advertised protocol of every frame.
+struct ProtoIndex {
+  uint8_t at[256];
+  constexpr ProtoIndex() : at() {
+    for (uint32_t i = kProtoCount; i-- > 0;) at[kProtocols[i].number] = static_cast<uint8_t>(i + 1);
+  }
+};
+constexpr ProtoIndex kProtoIndex;
+
 const ProtoEntry* txProtoFind(uint32_t proto) {
-  for (const ProtoEntry& e : kProtocols)
-    if (e.number == proto) return &e;
-  return nullptr;
+  if (proto >= 256 || kProtoIndex.at[proto] == 0) return nullptr;
+  return &kProtocols[kProtoIndex.at[proto] - 1];
 }
 
 }  // namespace
@@ -145,22 +182,36 @@ const char* lldpProtocolName(uint32_t proto) {
 
 // ---- IEEE 802.1 -----------------------------------------------------------------
 
-int lldpDot1PvidTlv(LldpPort* port) {
+int lldpDot1PvidTlv(LldpPort* port, LldpTxCache* cache) {
   uint8_t* p = txOrgOpen(port, kLldpOuiDot1, 1, 6);
   if (p == nullptr) return -1;
-  lldpPut16(p + 6, txGet(lldpDot1PortGetPvid, port->unit));
+  lldpPut16(p + 6, txPvid(port, cache));
   return lldpTxTlvClose(port, 6);
 }
 
-int lldpDot1PpvidTlv(LldpPort* port, uint16_t vid) {
+int lldpDot1PvidTlv(LldpPort* port) {
+  LldpTxCache cache;
+  return lldpDot1PvidTlv(port, &cache);
+}
+
+int lldpDot1PpvidTlv(LldpPort* port, uint16_t vid, LldpTxCache* cache) {
   uint8_t* p = txOrgOpen(port, kLldpOuiDot1, 2, 7);
   if (p == nullptr) return -1;
-  uint8_t flags = 0;
-  if (txGet(lldpDot1PortGetProtoVlanSupported, port->unit) == 1) flags |= 0x02;
-  if (txGet(lldpDot1PortGetProtoVlanEnable, port->unit) == 1) flags |= 0x04;
-  p[6] = flags;
+  if (!cache->protoVlanRead) {
+    uint8_t flags = 0;
+    if (txGet(lldpDot1PortGetProtoVlanSupported, port->unit) == 1) flags |= 0x02;
+    if (txGet(lldpDot1PortGetProtoVlanEnable, port->unit) == 1) flags |= 0x04;
+    cache->ppvidFlags = flags;
+    cache->protoVlanRead = true;
+  }
+  p[6] = cache->ppvidFlags;
   lldpPut16(p + 7, vid);
   return lldpTxTlvClose(port, 7);
+}
+
+int lldpDot1PpvidTlv(LldpPort* port, uint16_t vid) {
+  LldpTxCache cache;
+  return lldpDot1PpvidTlv(port, vid, &cache);
 }
 
 int lldpDot1VlanNameTlv(LldpPort* port, uint16_t vid) {
@@ -188,14 +239,19 @@ int lldpDot1ProtoTlv(LldpPort* port, uint32_t protoIndex) {
   return lldpTxTlvClose(port, 5 + n);
 }
 
-int lldpJuniperTlv(LldpPort* port) {
+int lldpJuniperTlv(LldpPort* port, LldpTxCache* cache) {
   static constexpr char kText[] = "TC3119380315";
   // The PVID is read and not used, as the format has always done.
-  (void)txGet(lldpDot1PortGetPvid, port->unit);
+  (void)txPvid(port, cache);
   uint8_t* p = txOrgOpen(port, kLldpOuiJuniper, 1, 16);
   if (p == nullptr) return -1;
   std::memcpy(p + 6, kText, 12);
   return lldpTxTlvClose(port, 16);
+}
+
+int lldpJuniperTlv(LldpPort* port) {
+  LldpTxCache cache;
+  return lldpJuniperTlv(port, &cache);
 }
 
 // ---- IEEE 802.3 -----------------------------------------------------------------
@@ -216,7 +272,7 @@ int lldpDot3MacPhyTlv(LldpPort* port) {
   return lldpTxTlvClose(port, 9);
 }
 
-int lldpDot3MdiPowerTlv(LldpPort* port) {
+int lldpDot3MdiPowerTlv(LldpPort* port, LldpTxCache* cache) {
   const bool extended = (port->dot3TlvTxEnabled & 0x08) != 0;
   const uint32_t len = extended ? 12 : 7;
   uint8_t* p = txOrgOpen(port, kLldpOuiDot3, 2, len);
@@ -224,18 +280,31 @@ int lldpDot3MdiPowerTlv(LldpPort* port) {
   const uint32_t unit = port->unit;
   uint8_t st = 0;
   if (txGet(lldpDot3PortGetPowerPortClass, unit) == 1) st |= 0x01;
-  if (txGet(lldpDot3PortGetPowerMDISupported, unit) == 1) st |= 0x02;
-  if (txGet(lldpDot3PortGetPowerMDIEnabled, unit) == 1) st |= 0x04;
-  if (txGet(lldpDot3PortGetPowerPairControlable, unit) == 1) st |= 0x08;
+  if (const LldpPortPoe* poe = txPoe(port, cache)) {
+    if (poe->mdiSupported == 1) st |= 0x02;
+    if (poe->mdiEnabled == 1) st |= 0x04;
+    if (poe->pairControlable == 1) st |= 0x08;
+    p[7] = static_cast<uint8_t>(poe->pairs);
+    p[8] = static_cast<uint8_t>(poe->powerClass);
+  } else {
+    if (txGet(lldpDot3PortGetPowerMDISupported, unit) == 1) st |= 0x02;
+    if (txGet(lldpDot3PortGetPowerMDIEnabled, unit) == 1) st |= 0x04;
+    if (txGet(lldpDot3PortGetPowerPairControlable, unit) == 1) st |= 0x08;
+    p[7] = static_cast<uint8_t>(txGet(lldpDot3PortGetPowerPairs, unit));
+    p[8] = static_cast<uint8_t>(txGet(lldpDot3PortGetPowerClass, unit));
+  }
   p[6] = st;
-  p[7] = static_cast<uint8_t>(txGet(lldpDot3PortGetPowerPairs, unit));
-  p[8] = static_cast<uint8_t>(txGet(lldpDot3PortGetPowerClass, unit));
   if (extended) {
-    p[9] = txPsePowerByte(port);
+    p[9] = txPsePowerByte(port, cache);
     lldpPut16(p + 10, txNeighbourRequestedPower(port));
-    lldpPut16(p + 12, txPsePowerTenths(port));
+    lldpPut16(p + 12, txPsePowerTenths(port, cache));
   }
   return lldpTxTlvClose(port, len);
+}
+
+int lldpDot3MdiPowerTlv(LldpPort* port) {
+  LldpTxCache cache;
+  return lldpDot3MdiPowerTlv(port, &cache);
 }
 
 int lldpDot3LinkAggTlv(LldpPort* port) {
@@ -268,19 +337,14 @@ int lldpMedCapsTlv(LldpPort* port) {
 }
 
 int lldpMedPolicyWord(const LldpPort* port, uint32_t appType, uint32_t* word) {
-  uint32_t vid = 0, pri = 0, dscp = 0, unknown = 0, tagged = 0;
-  if (lldpMedPortGetPolicyVid(port, appType, &vid) != 0 ||
-      lldpMedPortGetPolicyPri(port, appType, &pri) != 0 ||
-      lldpMedPortGetPolicyDscp(port, appType, &dscp) != 0 ||
-      lldpMedPortGetPolicyUnknown(port, appType, &unknown) != 0 ||
-      lldpMedPortGetPolicyTagged(port, appType, &tagged) != 0)
-    return -1;
+  LldpMedPolicyFields f{};
+  if (lldpMedPortGetPolicyFields(port, appType, &f) != 0) return -1;
   uint32_t w = appType << 24;
-  if (unknown == 1) w |= 0x800000;
-  if (tagged == 1) w |= 0x400000;
-  w |= (vid << 9) & 0x1FFE00;
-  w |= (pri << 6) & 0x1C0;
-  w |= dscp & 63;
+  if (f.unknown == 1) w |= 0x800000;
+  if (f.tagged == 1) w |= 0x400000;
+  w |= (f.vid << 9) & 0x1FFE00;
+  w |= (f.pri << 6) & 0x1C0;
+  w |= f.dscp & 63;
   *word = w;
   return 0;
 }
@@ -322,12 +386,17 @@ int lldpMedLocationTlv(LldpPort* port, uint32_t format) {
   return lldpTxTlvClose(port, 5 + n);
 }
 
-int lldpMedXpoepseTlv(LldpPort* port) {
+int lldpMedXpoepseTlv(LldpPort* port, LldpTxCache* cache) {
   uint8_t* p = txOrgOpen(port, kLldpOuiMed, 4, 7);
   if (p == nullptr) return -1;
-  p[6] = txPsePowerByte(port);
-  lldpPut16(p + 7, txPsePowerTenths(port));
+  p[6] = txPsePowerByte(port, cache);
+  lldpPut16(p + 7, txPsePowerTenths(port, cache));
   return lldpTxTlvClose(port, 7);
+}
+
+int lldpMedXpoepseTlv(LldpPort* port) {
+  LldpTxCache cache;
+  return lldpMedXpoepseTlv(port, &cache);
 }
 
 int lldpMedXpoepdTlv(LldpPort* port) {
@@ -367,16 +436,24 @@ int lldpMedAssetIdTlv(LldpPort* port) {
 
 // ---- Private "LLDP-ZOR" -----------------------------------------------------------
 
-int lldpPrivCapsTlv(LldpPort* port) {
-  uint8_t oui[3];
-  txPrivOui(oui);
-  uint8_t* p = txOrgOpen(port, oui, 1, 6);
+int lldpPrivCapsTlv(LldpPort* port, LldpTxCache* cache) {
+  uint8_t* p = txOrgOpen(port, txPrivOui(cache), 1, 6);
   if (p == nullptr) return -1;
   lldpPut16(p + 6, lldpTxReverse16(port->privTlvTxSupported));
   return lldpTxTlvClose(port, 6);
 }
 
+int lldpPrivCapsTlv(LldpPort* port) {
+  LldpTxCache cache;
+  return lldpPrivCapsTlv(port, &cache);
+}
+
 int lldpPrivSysOidTlv(LldpPort* port) {
+  LldpTxCache cache;
+  return lldpPrivSysOidTlv(port, &cache);
+}
+
+int lldpPrivSysOidTlv(LldpPort* port, LldpTxCache* cache) {
   if (gLldpInfo.sysOidLen == 0) {
     uint8_t buf[64] = {};
     uint32_t n = sizeof buf;
@@ -386,31 +463,53 @@ int lldpPrivSysOidTlv(LldpPort* port) {
       gLldpInfo.sysOidLen = static_cast<uint8_t>(n);
     }
   }
-  uint8_t oui[3];
-  txPrivOui(oui);
+  const uint8_t* oui = txPrivOui(cache);
   uint32_t n = gLldpInfo.sysOidLen;
   if (n > sizeof gLldpInfo.sysOid) n = sizeof gLldpInfo.sysOid;
   return txOrgBytes(port, oui, 2, gLldpInfo.sysOid, n);
 }
 
+int lldpPrivInventoryTlv(LldpPort* port, uint8_t subtype, LldpTxCache* cache) {
+  const uint8_t* str = nullptr;
+  uint8_t len = 0;
+  switch (subtype) {
+    case 3: str = gLldpInfo.medHwRev; len = gLldpInfo.medHwRevLen; break;
+    case 4: str = gLldpInfo.medFwRev; len = gLldpInfo.medFwRevLen; break;
+    case 5: str = gLldpInfo.medSwRev; len = gLldpInfo.medSwRevLen; break;
+    case 6: str = gLldpInfo.medSn; len = gLldpInfo.medSnLen; break;
+    case 7: str = gLldpInfo.medMfgName; len = gLldpInfo.medMfgNameLen; break;
+    case 8: str = gLldpInfo.medModelName; len = gLldpInfo.medModelNameLen; break;
+    case 9: str = gLldpInfo.medAssetId; len = gLldpInfo.medAssetIdLen; break;
+    default: return -1;
+  }
+  return txInventory(port, txPrivOui(cache), subtype, str, len);
+}
+
 int lldpPrivHwrevTlv(LldpPort* port) {
-  return txPrivInventory(port, 3, gLldpInfo.medHwRev, gLldpInfo.medHwRevLen);
+  LldpTxCache cache;
+  return lldpPrivInventoryTlv(port, 3, &cache);
 }
 int lldpPrivFwrevTlv(LldpPort* port) {
-  return txPrivInventory(port, 4, gLldpInfo.medFwRev, gLldpInfo.medFwRevLen);
+  LldpTxCache cache;
+  return lldpPrivInventoryTlv(port, 4, &cache);
 }
 int lldpPrivSwrevTlv(LldpPort* port) {
-  return txPrivInventory(port, 5, gLldpInfo.medSwRev, gLldpInfo.medSwRevLen);
+  LldpTxCache cache;
+  return lldpPrivInventoryTlv(port, 5, &cache);
 }
 int lldpPrivSnTlv(LldpPort* port) {
-  return txPrivInventory(port, 6, gLldpInfo.medSn, gLldpInfo.medSnLen);
+  LldpTxCache cache;
+  return lldpPrivInventoryTlv(port, 6, &cache);
 }
 int lldpPrivMfgNameTlv(LldpPort* port) {
-  return txPrivInventory(port, 7, gLldpInfo.medMfgName, gLldpInfo.medMfgNameLen);
+  LldpTxCache cache;
+  return lldpPrivInventoryTlv(port, 7, &cache);
 }
 int lldpPrivModelNameTlv(LldpPort* port) {
-  return txPrivInventory(port, 8, gLldpInfo.medModelName, gLldpInfo.medModelNameLen);
+  LldpTxCache cache;
+  return lldpPrivInventoryTlv(port, 8, &cache);
 }
 int lldpPrivAssetIdTlv(LldpPort* port) {
-  return txPrivInventory(port, 9, gLldpInfo.medAssetId, gLldpInfo.medAssetIdLen);
+  LldpTxCache cache;
+  return lldpPrivInventoryTlv(port, 9, &cache);
 }

@@ -71,6 +71,31 @@ struct ObjKeyHash {
   }
 };
 
+// A direct-mapped cache of object lookups in front of the map: the agent
+// asks the same few objects many times per frame. An entry is valid while
+// its stamp equals the cache's, which every change to the objects moves on;
+// a valid entry with a null object remembers an absent one.
+struct ObjCacheEntry {
+  ObjKey key{};
+  uint64_t stamp = 0;
+  const Obj* obj = nullptr;
+};
+constexpr uint32_t kObjCacheBits = 10;
+constexpr size_t kObjCacheSize = size_t{1} << kObjCacheBits;
+
+inline size_t objCacheSlot(const ObjKey& k) {
+  const uint32_t h = (k.objId + k.unit * 0x10001u + k.svc * 0x1000193u) * 0x9E3779B1u;
+  return h >> (32 - kObjCacheBits);
+}
+
+// Kept apart from State and constant-initialised, so that a hit needs no
+// guard of a function-local static.
+struct ObjCache {
+  uint64_t stamp = 1;  // 0 never matches: entries start invalid
+  ObjCacheEntry entries[kObjCacheSize];
+};
+inline constinit ObjCache gObjCache{};
+
 struct IndexTrans {
   uint32_t index, ifType, portKind, status;
   int rc;

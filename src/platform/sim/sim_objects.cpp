@@ -15,6 +15,7 @@ namespace sim::detail {
 void resetObjects() {
   State& s = st();
   s.objects.clear();
+  gObjCache.stamp++;
   s.indexTrans.clear();
   s.selfSysIndex = 1;
   s.ips.clear();
@@ -41,10 +42,29 @@ ObjKey keyOf(sim::Svc svc, uint32_t unit, uint32_t objId) {
   return ObjKey{static_cast<uint32_t>(svc), unit, objId};
 }
 
+// The map lookup behind a cache miss, kept out of line so that a hit stays
+// a few instructions.
+__attribute__((noinline)) const Obj* findObjSlow(const ObjKey& key, ObjCacheEntry& e) {
+  State& s = st();
+  auto it = s.objects.find(key);
+  e.key = key;
+  e.stamp = gObjCache.stamp;
+  e.obj = it == s.objects.end() ? nullptr : &it->second;
+  return e.obj;
+}
+
 const Obj* findObj(sim::Svc svc, uint32_t unit, uint32_t objId) {
-  auto& m = st().objects;
-  auto it = m.find(keyOf(svc, unit, objId));
-  return it == m.end() ? nullptr : &it->second;
+  const ObjKey key = keyOf(svc, unit, objId);
+  ObjCacheEntry& e = gObjCache.entries[objCacheSlot(key)];
+  if (e.stamp == gObjCache.stamp && e.key == key) return e.obj;
+  return findObjSlow(key, e);
+}
+
+// Every change to the objects goes through here, so that no cached lookup
+// outlives it.
+Obj& objSlot(sim::Svc svc, uint32_t unit, uint32_t objId) {
+  gObjCache.stamp++;
+  return st().objects[keyOf(svc, unit, objId)];
 }
 
 // The object's stored kind tells how `out` is to be read: uint32_t* for an
@@ -85,27 +105,28 @@ void setInt(Svc svc, uint32_t unit, uint32_t objId, uint32_t value) {
   Obj o;
   o.kind = ObjKind::Int;
   o.value = value;
-  st().objects[keyOf(svc, unit, objId)] = std::move(o);
+  objSlot(svc, unit, objId) = std::move(o);
 }
 void setOctets(Svc svc, uint32_t unit, uint32_t objId, const std::vector<uint8_t>& bytes) {
   Obj o;
   o.kind = ObjKind::Octets;
   o.bytes = bytes;
-  st().objects[keyOf(svc, unit, objId)] = std::move(o);
+  objSlot(svc, unit, objId) = std::move(o);
 }
 void setString(Svc svc, uint32_t unit, uint32_t objId, const std::string& text) {
   Obj o;
   o.kind = ObjKind::String;
   o.bytes.assign(text.begin(), text.end());
-  st().objects[keyOf(svc, unit, objId)] = std::move(o);
+  objSlot(svc, unit, objId) = std::move(o);
 }
 void failObject(Svc svc, uint32_t unit, uint32_t objId, int rc) {
   Obj o;
   o.kind = ObjKind::Fail;
   o.rc = rc;
-  st().objects[keyOf(svc, unit, objId)] = std::move(o);
+  objSlot(svc, unit, objId) = std::move(o);
 }
 void clearObject(Svc svc, uint32_t unit, uint32_t objId) {
+  gObjCache.stamp++;
   st().objects.erase(keyOf(svc, unit, objId));
 }
 
