@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -66,28 +67,24 @@ uint32_t getU(int (*fn)(uint32_t, uint32_t*), uint32_t unit) {
   return v;
 }
 
+// The sender's local value of a text or identifier provider.
+Bytes local(const std::function<int(uint8_t*, uint32_t*)>& fn) {
+  uint8_t buf[512];
+  uint32_t n = sizeof buf;
+  EXPECT_EQ(fn(buf, &n), 0);
+  return bytes(buf, n);
+}
+
 void expectBasics(LldpPort* s, const Msap* m) {
   uint32_t sub = 0;
   ASSERT_EQ(lldpGetChassisIdType(&sub), 0);
-  EXPECT_EQ(m->chassIdSubtype, sub);
-  uint8_t buf[512];
-  uint32_t n = sizeof buf;
-  ASSERT_EQ(lldpGetChassisId(buf, &n), 0);
-  EXPECT_EQ(bytes(m->chassId, m->chassIdLen), bytes(buf, n));
-  EXPECT_EQ(m->portIdSubtype, s->portIdSubtype);
-  n = sizeof buf;
-  ASSERT_EQ(lldpPortGetPortId(s, buf, &n), 0);
-  EXPECT_EQ(bytes(m->portId, m->portIdLen), bytes(buf, n));
-  EXPECT_EQ(m->rxInfoTTL, s->txTTL);
-  n = sizeof buf;
-  ASSERT_EQ(lldpPortGetDescr(s->unit, buf, &n), 0);
-  EXPECT_EQ(bytes(m->portDescr, m->portDescrLen), bytes(buf, n));
-  n = sizeof buf;
-  ASSERT_EQ(lldpGetSysName(buf, &n), 0);
-  EXPECT_EQ(bytes(m->sysName, m->sysNameLen), bytes(buf, n));
-  n = sizeof buf;
-  ASSERT_EQ(lldpGetSysDescr(buf, &n), 0);
-  EXPECT_EQ(bytes(m->sysDescr, m->sysDescrLen), bytes(buf, n));
+  EXPECT_EQ((V{m->chassIdSubtype, m->portIdSubtype, m->rxInfoTTL}), (V{sub, s->portIdSubtype, s->txTTL}));
+  EXPECT_EQ(bytes(m->chassId, m->chassIdLen), local(lldpGetChassisId));
+  EXPECT_EQ(bytes(m->portId, m->portIdLen), local([s](uint8_t* b, uint32_t* n) { return lldpPortGetPortId(s, b, n); }));
+  EXPECT_EQ(bytes(m->portDescr, m->portDescrLen),
+            local([s](uint8_t* b, uint32_t* n) { return lldpPortGetDescr(s->unit, b, n); }));
+  EXPECT_EQ(bytes(m->sysName, m->sysNameLen), local(lldpGetSysName));
+  EXPECT_EQ(bytes(m->sysDescr, m->sysDescrLen), local(lldpGetSysDescr));
   EXPECT_EQ(bytes(m->sysCap, 2), bytes(gLldpInfo.capSupported, 2));
   EXPECT_EQ(bytes(m->sysCapEnabled, 2), bytes(gLldpInfo.capEnabled, 2));
   EXPECT_EQ(bytes(m->mac, 6), bytes(s->portMac, 6));
