@@ -403,22 +403,18 @@ TEST_F(LinuxPlatform, CommandSocketFramesRequestsAndEvents) {
   EXPECT_EQ(zorNetlinkSGrpSend(71, 0, msg, sizeof msg), 0);
   const uint8_t chassis[6] = {0xA, 0xB, 0xC, 0xD, 0xE, 0xF};
   send_lldpmed_trap(0, 9, 5, 7, 4, chassis, 6, 1, 3);
+  // Each event: total length, kind, then the LLDP trap's reason, the
+  // group's number, or the MED trap's unit and chassis ID length.
   auto ev = readN(fd, 16);
   ASSERT_EQ(ev.size(), 16u);
-  EXPECT_EQ(u32At(ev, 4), 16u);
-  EXPECT_EQ(u32At(ev, 8), 2u);   // LLDP trap
-  EXPECT_EQ(u32At(ev, 12), 2u);  // its reason
+  EXPECT_EQ((std::vector<uint32_t>{u32At(ev, 4), u32At(ev, 8), u32At(ev, 12)}), (std::vector<uint32_t>{16, 2, 2}));
   ev = readN(fd, 16 + 56);
   ASSERT_EQ(ev.size(), 72u);
-  EXPECT_EQ(u32At(ev, 8), 1u);
-  EXPECT_EQ(u32At(ev, 12), 71u);
-  EXPECT_EQ(ev[16], 1);
+  EXPECT_EQ((std::vector<uint32_t>{u32At(ev, 8), u32At(ev, 12), ev[16]}), (std::vector<uint32_t>{1, 71, 1}));
   ev = readN(fd, 16 + 28 + 6);
   ASSERT_EQ(ev.size(), 50u);
-  EXPECT_EQ(u32At(ev, 8), 3u);
-  EXPECT_EQ(u32At(ev, 16 + 8), 5u);   // unit
-  EXPECT_EQ(u32At(ev, 16 + 20), 6u);  // chassis ID length
-  EXPECT_EQ(ev[49], 0xF);
+  EXPECT_EQ((std::vector<uint32_t>{u32At(ev, 8), u32At(ev, 24), u32At(ev, 36), ev[49]}),
+            (std::vector<uint32_t>{3, 5, 6, 0xF}));
   close(fd);
   lnx::cmdSocketUnlink();
 }
