@@ -65,6 +65,9 @@ def raw_tlv(tlv_type, value, length=None):
 
 
 END = LLDPDUEndOfLLDPDU()
+CH = LLDPDUChassisID(subtype=4, id=b"\x00\x01\x02\x03\x04\x05")
+PT = LLDPDUPortID(subtype=5, id=b"p")
+TTL = LLDPDUTimeToLive(ttl=9)
 
 # ---- Well-formed --------------------------------------------------------------
 
@@ -124,21 +127,15 @@ emit("shutdown", eth() / head(ttl=0) / END)
 
 emit("bad_dst", eth(dst="01:80:c2:00:00:03") / head() / END)
 emit("bad_ethertype", eth(etype=0x88CD) / head() / END)
-emit("order_port_first", eth() / LLDPDUPortID(subtype=5, id=b"p") /
-     LLDPDUChassisID(subtype=4, id=b"\x00\x01\x02\x03\x04\x05") / LLDPDUTimeToLive(ttl=9) / END)
-emit("order_no_ttl", eth() / LLDPDUChassisID(subtype=4, id=b"\x00\x01\x02\x03\x04\x05") /
-     LLDPDUPortID(subtype=5, id=b"p") / END)
+emit("order_port_first", eth() / PT / CH / TTL / END)
+emit("order_no_ttl", eth() / CH / PT / END)
 # Long enough that no padding follows the last TLV.
 emit("no_end", eth() / head() / LLDPDUSystemDescription(description=b"d" * 60))
 emit("overrun", eth() / head() / raw_tlv(6, b"d" * 60, length=61))
-emit("ttl_short", eth() / LLDPDUChassisID(subtype=4, id=b"\x00\x01\x02\x03\x04\x05") /
-     LLDPDUPortID(subtype=5, id=b"p") / raw_tlv(3, b"\x05") / END)
-emit("chassis_short", eth() / raw_tlv(1, b"\x04") / LLDPDUPortID(subtype=5, id=b"p") /
-     LLDPDUTimeToLive(ttl=9) / END)
-emit("chassis_subtype0", eth() / raw_tlv(1, b"\x00abc") / LLDPDUPortID(subtype=5, id=b"p") /
-     LLDPDUTimeToLive(ttl=9) / END)
-emit("port_subtype9", eth() / LLDPDUChassisID(subtype=4, id=b"\x00\x01\x02\x03\x04\x05") /
-     raw_tlv(2, b"\x09abc") / LLDPDUTimeToLive(ttl=9) / END)
+emit("ttl_short", eth() / CH / PT / raw_tlv(3, b"\x05") / END)
+emit("chassis_short", eth() / raw_tlv(1, b"\x04") / PT / TTL / END)
+emit("chassis_subtype0", eth() / raw_tlv(1, b"\x00abc") / PT / TTL / END)
+emit("port_subtype9", eth() / CH / raw_tlv(2, b"\x09abc") / TTL / END)
 emit("end_with_length", eth() / head() / raw_tlv(0, b"\x00"))
 emit("syscap_short", eth() / head() / raw_tlv(7, b"\x00\x14\x00") / END)
 emit("mgmt_len8", eth() / head() / raw_tlv(8, b"\x05\x01\xc0\x00\x02\x01\x02\x00") / END)

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 
 #include "rx/rx_test_util.h"
@@ -42,15 +43,8 @@ std::map<std::string, Bytes> scapyFrames(std::string* error) {
     out.clear();
     return out;
   }
-  size_t pos = 0;
-  while (pos < all.size()) {
-    size_t eol = all.find('\n', pos);
-    if (eol == std::string::npos) eol = all.size();
-    const std::string line = all.substr(pos, eol - pos);
-    const size_t sp = line.find(' ');
-    if (sp != std::string::npos) out[line.substr(0, sp)] = fromHex(line.substr(sp + 1));
-    pos = eol + 1;
-  }
+  std::istringstream lines(all);
+  for (std::string name, hex; lines >> name >> hex;) out[name] = fromHex(hex);
   return out;
 }
 
@@ -72,106 +66,68 @@ Expect badTlv(const char* trace) {
 }
 
 std::string s(const uint8_t* p, size_t n) { return text(p, n); }
+using V = std::vector<long>;
 
 std::map<std::string, Expect> expectations() {
   std::map<std::string, Expect> e;
   e["basic"] = ok([](Msap* m) {
-    EXPECT_EQ(m->chassIdSubtype, 4);
+    EXPECT_EQ((V{m->chassIdSubtype, m->portIdSubtype, m->rxInfoTTL}), (V{4, 5, 120}));
     EXPECT_EQ(Bytes(m->chassId, m->chassId + m->chassIdLen), (Bytes{0x00, 0x11, 0x22, 0x33, 0x44, 0x55}));
-    EXPECT_EQ(m->portIdSubtype, 5);
     EXPECT_EQ(s(m->portId, m->portIdLen), "ge-1/0/1");
-    EXPECT_EQ(m->rxInfoTTL, 120);
     EXPECT_EQ(s(m->portDescr, m->portDescrLen), "uplink to core");
     EXPECT_EQ(s(m->sysName, m->sysNameLen), "sw-edge-7");
     EXPECT_EQ(s(m->sysDescr, m->sysDescrLen), "Linux sw-edge-7 6.1.0");
-    // Bridge (bit 2) and router (bit 4) available, bridge enabled.
-    EXPECT_EQ(Bytes(m->sysCap, m->sysCap + 2), (Bytes{0x28, 0x00}));
-    EXPECT_EQ(Bytes(m->sysCapEnabled, m->sysCapEnabled + 2), (Bytes{0x20, 0x00}));
+    // Bridge (bit 2) and router (bit 4) available, bridge enabled; bit-reversed.
+    EXPECT_EQ((V{m->sysCap[0], m->sysCap[1], m->sysCapEnabled[0], m->sysCapEnabled[1]}), (V{0x28, 0, 0x20, 0}));
     ASSERT_EQ(m->mgmtAddrNum, 3);
     const lldpMgmtAddr* a = m->mgmtAddrList;
-    EXPECT_EQ(a->mgmtAddrSubtype, 1);
     EXPECT_EQ(Bytes(a->mgmtAddr, a->mgmtAddr + a->mgmtAddrLen), (Bytes{192, 0, 2, 1}));
-    EXPECT_EQ(a->mgmtAddrIfSubtype, 2);
-    EXPECT_EQ(a->mgmtAddrIfId, 3u);
+    EXPECT_EQ((V{a->mgmtAddrSubtype, a->mgmtAddrIfSubtype, a->mgmtAddrIfId}), (V{1, 2, 3}));
     const uint32_t ipv4Oid[10] = {1, 3, 6, 1, 2, 1, 4, 20, 1, 1};
     ASSERT_EQ(a->mgmtAddrOidLen, 40);
     EXPECT_EQ(std::memcmp(a->mgmtAddrOid, ipv4Oid, 40), 0);
     a = a->next;
-    EXPECT_EQ(a->mgmtAddrSubtype, 2);
-    EXPECT_EQ(a->mgmtAddrLen, 16);
-    EXPECT_EQ(a->mgmtAddrIfId, 4u);
+    EXPECT_EQ((V{a->mgmtAddrSubtype, a->mgmtAddrLen, a->mgmtAddrIfId}), (V{2, 16, 4}));
     EXPECT_EQ(a->mgmtAddrOid, nullptr);
     a = a->next;
-    EXPECT_EQ(a->mgmtAddrSubtype, 6);
-    EXPECT_EQ(a->mgmtAddrLen, 6);
+    EXPECT_EQ((V{a->mgmtAddrSubtype, a->mgmtAddrLen}), (V{6, 6}));
     const uint32_t macOid[8] = {1, 3, 6, 1, 4, 1, 1805, 1};
     ASSERT_EQ(a->mgmtAddrOidLen, 32);
     EXPECT_EQ(std::memcmp(a->mgmtAddrOid, macOid, 32), 0);
   });
   e["tagged"] = ok([](Msap* m) { EXPECT_EQ(m->rxVlan, 42); });
   e["dot1"] = ok([](Msap* m) {
-    EXPECT_EQ(m->dot1Pvid, 100);
-    ASSERT_EQ(m->dot1PpvidNum, 2);
-    EXPECT_EQ(m->dot1PpvidList->ppvid, 150);
-    EXPECT_EQ(m->dot1PpvidList->enabled, 2);
-    EXPECT_EQ(m->dot1PpvidList->next->ppvid, 200);
-    EXPECT_EQ(m->dot1PpvidList->next->supported, 1);
-    EXPECT_EQ(m->dot1PpvidList->next->enabled, 1);
-    ASSERT_EQ(m->dot1VlanNameNum, 1);
-    EXPECT_EQ(m->dot1VlanNameList->vid, 100);
+    ASSERT_EQ((V{m->dot1PpvidNum, m->dot1VlanNameNum, m->dot1ProtoidNum}), (V{2, 1, 1}));
+    const LldpDot1Ppvid* p = m->dot1PpvidList;
+    EXPECT_EQ((V{m->dot1Pvid, p->ppvid, p->enabled, p->next->ppvid, p->next->supported, p->next->enabled,
+                 m->dot1VlanNameList->vid, m->dot1CapEnabled[0]}),
+              (V{100, 150, 2, 200, 1, 1, 100, 0xF0}));
     EXPECT_EQ(s(m->dot1VlanNameList->name, m->dot1VlanNameList->nameLen), "users");
-    ASSERT_EQ(m->dot1ProtoidNum, 1);
     EXPECT_EQ(Bytes(m->dot1ProtoIdList->protoId, m->dot1ProtoIdList->protoId + m->dot1ProtoIdList->len),
               (Bytes{0x88, 0x8E}));
-    EXPECT_EQ(m->dot1CapEnabled[0], 0xF0);
   });
   e["dot3"] = ok([](Msap* m) {
-    EXPECT_EQ(m->dot3AutoNegSupported, 1);
-    EXPECT_EQ(m->dot3AutoNegEnabled, 1);
-    EXPECT_EQ(m->dot3AutoNegAdvertisedCap[0], 0x6C);
-    EXPECT_EQ(m->dot3AutoNegAdvertisedCap[1], 0x01);
-    EXPECT_EQ(m->dot3MauType, 30);
-    EXPECT_EQ(m->dot3PowerPortClass, 1);
-    EXPECT_EQ(m->dot3PowerMDISupported, 1);
-    EXPECT_EQ(m->dot3PowerMDIEnabled, 1);
-    EXPECT_EQ(m->dot3PowerPairControl, 1);
-    EXPECT_EQ(m->dot3PowerPairs, 1);
-    EXPECT_EQ(m->dot3PowerClass, 4);
-    EXPECT_EQ(m->dot3PowerExtended, 1);
-    EXPECT_EQ(m->dot3PowerType, 3);
-    EXPECT_EQ(m->dot3PowerSource, 2);
-    EXPECT_EQ(m->medPowerPriority, 2);
-    EXPECT_EQ(m->dot3PowerRequested, 255);
-    EXPECT_EQ(m->dot3PowerAllocated, 300);
-    EXPECT_EQ(m->dot3AggStatus, 0xC0);
-    EXPECT_EQ(m->dot3AggPortId, 7u);
-    EXPECT_EQ(m->dot3Mfs, 9216);
-    EXPECT_EQ(m->dot3CapEnabled[0], 0xF0);
+    EXPECT_EQ((V{m->dot3AutoNegSupported, m->dot3AutoNegEnabled, m->dot3AutoNegAdvertisedCap[0],
+                 m->dot3AutoNegAdvertisedCap[1], m->dot3MauType, m->dot3PowerPortClass, m->dot3PowerMDISupported,
+                 m->dot3PowerMDIEnabled, m->dot3PowerPairControl, m->dot3PowerPairs, m->dot3PowerClass,
+                 m->dot3PowerExtended, m->dot3PowerType, m->dot3PowerSource, m->medPowerPriority,
+                 m->dot3PowerRequested, m->dot3PowerAllocated, m->dot3AggStatus, m->dot3AggPortId, m->dot3Mfs,
+                 m->dot3CapEnabled[0]}),
+              (V{1, 1, 0x6C, 0x01, 30, 1, 1, 1, 1, 1, 4, 1, 3, 2, 2, 255, 300, 0xC0, 7, 9216, 0xF0}));
   });
   e["dot3_short_power"] = ok([](Msap* m) {
-    EXPECT_EQ(m->dot3PowerMDIEnabled, 1);
-    EXPECT_EQ(m->dot3PowerPairControl, 2);
-    EXPECT_EQ(m->dot3PowerClass, 2);
-    EXPECT_EQ(m->dot3PowerExtended, 0);
-    EXPECT_EQ(m->dot3PowerRequested, 0);
+    EXPECT_EQ((V{m->dot3PowerMDIEnabled, m->dot3PowerPairControl, m->dot3PowerClass, m->dot3PowerExtended,
+                 m->dot3PowerRequested}),
+              (V{1, 2, 2, 0, 0}));
   });
   e["med"] = ok([](Msap* m) {
     EXPECT_TRUE(lldpMsapIsMed(m));
-    EXPECT_EQ(m->medDevType, 3);
-    EXPECT_EQ(m->medCapSupported[1], 0x33);
     const LldpRemMedPolicy& p = m->medPolicy[0];
-    EXPECT_EQ(p.appType, 1);
-    EXPECT_EQ(p.unknown, 0);
-    EXPECT_EQ(p.tagged, 1);
-    EXPECT_EQ(p.vid, 10);
-    EXPECT_EQ(p.priority, 5);
-    EXPECT_EQ(p.dscp, 46);
+    EXPECT_EQ((V{m->medDevType, m->medCapSupported[1], p.appType, p.unknown, p.tagged, p.vid, p.priority, p.dscp,
+                 m->medPowerType, m->medPowerSource, m->medPowerPriority, m->medPowerVal}),
+              (V{3, 0x33, 1, 0, 1, 10, 5, 46, 3, 2, 3, 130}));
     EXPECT_EQ(Bytes(m->medLocation[1].data, m->medLocation[1].data + m->medLocation[1].len),
               (Bytes{0x1a, 'U', 'S', 0x00, 0x01, 0x02, 'C', 'A'}));
-    EXPECT_EQ(m->medPowerType, 3);
-    EXPECT_EQ(m->medPowerSource, 2);
-    EXPECT_EQ(m->medPowerPriority, 3);
-    EXPECT_EQ(m->medPowerVal, 130);
     EXPECT_EQ(s(m->medInventory[LLDP_INV_HWREV].data, m->medInventory[LLDP_INV_HWREV].len), "HW-1");
     EXPECT_EQ(s(m->medInventory[LLDP_INV_MODELNAME].data, m->medInventory[LLDP_INV_MODELNAME].len), "Phone 9000");
   });
@@ -245,14 +201,10 @@ TEST(RxScapy, EveryCraftedFrameGivesItsResultCountersAndFields) {
     const Counters b = Counters::of(a.port());
     EXPECT_EQ(a.recv(frames.at(name)), x.code);
     const Counters c = Counters::of(a.port());
-    EXPECT_EQ(c.discarded - b.discarded, static_cast<uint32_t>(x.discarded));
-    EXPECT_EQ(c.inErrors - b.inErrors, static_cast<uint32_t>(x.inErrors));
-    EXPECT_EQ(c.in - b.in, static_cast<uint32_t>(x.in));
-    EXPECT_EQ(c.tlvDiscarded - b.tlvDiscarded, static_cast<uint32_t>(x.tlvDiscarded));
-    EXPECT_EQ(c.tlvUnrecognized - b.tlvUnrecognized, static_cast<uint32_t>(x.unrecognized));
-    if (x.trace) {
-      EXPECT_TRUE(sim::hasLine(x.trace)) << x.trace;
-    }
+    EXPECT_EQ((V{c.discarded - b.discarded, c.inErrors - b.inErrors, c.in - b.in, c.tlvDiscarded - b.tlvDiscarded,
+                 c.tlvUnrecognized - b.tlvUnrecognized}),
+              (V{x.discarded, x.inErrors, x.in, x.tlvDiscarded, x.unrecognized}));
+    EXPECT_TRUE(!x.trace || sim::hasLine(x.trace)) << (x.trace ? x.trace : "");
     auto ns = neighbours(a.port());
     if (x.check) {
       ASSERT_EQ(ns.size(), 1u);

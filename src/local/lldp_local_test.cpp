@@ -69,9 +69,7 @@ TEST_F(LocalTest, PortWithoutPoeReportsDefaultsWhateverThePoeServiceSays) {
   sim::failObject(Svc::If, kUnit, 55);
   EXPECT_EQ(power(), (U32s{2, 2, 1, 2, 3, 33}));
   const sim::LogLine& l = sim::logLines().back();
-  EXPECT_FALSE(l.debug);
-  EXPECT_EQ(l.module, 0x3F50008u);
-  EXPECT_EQ(l.text, "eth1 get poe protocol error\r\n");
+  EXPECT_EQ(std::tuple(l.debug, l.module, l.text), std::tuple(false, 0x3F50008u, "eth1 get poe protocol error\r\n"));
 }
 
 TEST_F(LocalTest, PoeClassAndPriorityMappings) {
