@@ -159,7 +159,7 @@ std::map<std::string, Expect> expectations() {
   e["ttl_short"] = badTlv("TTL TLV has an invalid length! Should be '2', but is:1\r\n");
   e["chassis_short"] = badTlv("ChassisID TLV invalid length:1 received on port ge1 \r\n");
   e["chassis_subtype0"] = kBadFrame;
-  e["port_subtype9"] = kBadFrame;
+  e["port_subtype8"] = kBadFrame;
   e["end_with_length"] = badTlv("lldp end received with size not null on port ge1\r\n");
   e["syscap_short"] = badTlv("SystemCap tlv too small received on port ge1 \r\n");
   e["mgmt_len8"] = badTlv("TLV has invalid length '8'.\r\n\tIt should be between 9 and 167 inclusive!\r\n");
