@@ -128,6 +128,10 @@ TEST(RemoteTable, FullTableDropsNewcomersAndHoldsOff) {
   EXPECT_EQ(a.port()->tooManyNeighbors, 1);
   a.tick();
   EXPECT_EQ((V{a.port()->tooManyNeighbors, a.port()->tooManyNeighborsTimer}), (V{0, 0}));
+  // A hold-off already running longer than the newcomer's TTL is kept.
+  a.port()->tooManyNeighborsTimer = 200;
+  a.recv(neighbour("E", 30));
+  EXPECT_EQ((V{a.port()->tooManyNeighbors, a.port()->tooManyNeighborsTimer}), (V{1, 200}));
 }
 
 TEST(RemoteTable, NoLimitConfiguredAdmitsNobody) {
