@@ -227,6 +227,3 @@ uint32_t lldpNlaGetU32(const uint8_t* attr) {
   return v;
 }
 
-bool lldpListEmpty(const LldpListHead* head) {
-  return head->next == head || head->next == nullptr;
-}

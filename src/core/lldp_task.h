@@ -19,7 +19,6 @@ int lldpMachine(void* arg1, void* arg2);
 // payload, padded to a multiple of 4. All readers take the attribute's start
 // and never look past the attribute's own length; a walk checks every
 // attribute with lldpNlaOk against the bytes that remain before reading it.
-struct LldpListHead;
 
 uint16_t lldpNlaLen(const uint8_t* attr);
 uint16_t lldpNlaType(const uint8_t* attr);
@@ -38,5 +37,3 @@ const uint8_t* lldpNlaNext(const uint8_t* attr, int32_t* remaining);
 uint8_t lldpNlaGetU8(const uint8_t* attr);
 uint32_t lldpNlaGetU32(const uint8_t* attr);
 
-// A list head is empty when it points at itself.
-bool lldpListEmpty(const LldpListHead* head);

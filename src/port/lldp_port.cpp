@@ -58,11 +58,6 @@ int nameAsInt(const LldpIfName& name) {
   return static_cast<int>(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(name.s)));
 }
 
-void listInit(LldpListHead* head) {
-  head->next = head;
-  head->prev = head;
-}
-
 uint8_t* allocFrameBuf(uint32_t mtu) {
   return static_cast<uint8_t*>(silMalloc(lldpFrameBufSize(mtu)));
 }
@@ -106,7 +101,7 @@ LldpPort* lldpPortEntryAdd(uint32_t unit) {
   }
   port->ifIndex = ifIndex;
   port->unit = unit;
-  listInit(&port->msapList);
+  lldpListInit(&port->msapList);
   LLDP_TRACE(LLDP_TRC_PORT, "Adding port %s to global port list\r\n", name.s);
   if (avl_add(&gLldpInfo.portTable, port) != 0) {
     // The unit already has a record (an aggregation quit for a port that was
@@ -209,7 +204,7 @@ int lldpPortInitialize(LldpPort* port) {
   // A fresh record's list is made empty here. A list that still holds
   // neighbours is left for the receive initialisation to empty, so that no
   // remote record is cut loose while still linked in the remote table.
-  if (port->msapList.next == nullptr || port->msapList.prev == nullptr) listInit(&port->msapList);
+  if (port->msapList.next == nullptr || port->msapList.prev == nullptr) lldpListInit(&port->msapList);
   port->txState = TX_LLDP_INITIALIZE;
   lldpTxInitialize(port);
 

@@ -22,6 +22,26 @@ struct LldpListHead {
   LldpListHead* prev;
 };
 
+inline void lldpListInit(LldpListHead* head) { head->next = head->prev = head; }
+// Empty when it points at itself (or was never initialised: a zero-filled record).
+inline bool lldpListEmpty(const LldpListHead* head) {
+  return head->next == head || head->next == nullptr;
+}
+inline void lldpListPushFront(LldpListHead* head, LldpListHead* e) {
+  if (head->next == nullptr) lldpListInit(head);
+  e->next = head->next;
+  e->prev = head;
+  head->next->prev = e;
+  head->next = e;
+}
+// Harmless on an element that is not linked.
+inline void lldpListUnlink(LldpListHead* e) {
+  if (e->next == nullptr) return;
+  e->prev->next = e->next;
+  e->next->prev = e->prev;
+  e->next = e->prev = nullptr;
+}
+
 // One LLDP-MED network policy per application type (1..8).
 struct LldpMedPolicy {
   uint8_t appType;  // 0 = never set

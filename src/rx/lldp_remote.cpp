@@ -21,26 +21,6 @@
 
 namespace {
 
-// ---- Port list -------------------------------------------------------------
-
-bool listEmpty(const LldpListHead* h) { return h->next == nullptr || h->next == h; }
-
-void listPushFront(LldpListHead* h, LldpListHead* e) {
-  if (h->next == nullptr) h->next = h->prev = h;  // a zero-filled port record
-  e->next = h->next;
-  e->prev = h;
-  h->next->prev = e;
-  h->next = e;
-}
-
-// Harmless on a record that is not linked.
-void listUnlink(LldpListHead* e) {
-  if (e->next == nullptr) return;
-  e->prev->next = e->next;
-  e->next->prev = e->prev;
-  e->next = e->prev = nullptr;
-}
-
 // ---- Record comparison -----------------------------------------------------
 
 bool bytesEq(const uint8_t* a, const uint8_t* b, uint32_t n) {
@@ -280,7 +260,7 @@ int lldpMibUpdateObject(LldpPort* port, Msap* msap) {
   if (msap == nullptr) return 0;
   // 1. The same MSAP on this port: one length test and one memcmp each.
   Msap* old = nullptr;
-  if (!listEmpty(&port->msapList)) {
+  if (!lldpListEmpty(&port->msapList)) {
     for (LldpListHead* l = port->msapList.next; l != &port->msapList; l = l->next) {
       Msap* cand = lldpMsapFromLink(l);
       if (cand->idLen == msap->idLen && std::memcmp(cand->id, msap->id, msap->idLen) == 0) {
@@ -308,7 +288,7 @@ int lldpMibUpdateObject(LldpPort* port, Msap* msap) {
       msap->remIndex = gLldpInfo.remIndex;
       msap->timeMark[0] = gLldpInfo.statsRemTablesLastChangeTime[0];
       msap->timeMark[1] = gLldpInfo.statsRemTablesLastChangeTime[1];
-      listPushFront(&port->msapList, &msap->link);
+      lldpListPushFront(&port->msapList, &msap->link);
       avl_add(&gLldpInfo.msapTable, msap);
       lldpSyncMsapSend(port, msap, LLDP_SYNC_UPDATE);
       lldpMaspNotifier(port, msap, LLDP_NOTIFY_ADD);
@@ -358,8 +338,8 @@ int lldpMibUpdateObject(LldpPort* port, Msap* msap) {
   const bool isMed = lldpMsapIsMed(msap);
   if (isMed && !wasMed) ++port->remMedSysTotal;
   if (!isMed && wasMed) decNotBelowZero(port->remMedSysTotal);
-  listUnlink(&old->link);
-  listPushFront(&port->msapList, &msap->link);
+  lldpListUnlink(&old->link);
+  lldpListPushFront(&port->msapList, &msap->link);
   avl_remove(&gLldpInfo.msapTable, old);
   avl_add(&gLldpInfo.msapTable, msap);
   lldpMsapCleanup(&old);
@@ -386,18 +366,18 @@ int lldpMibDeleteObject(LldpPort* port, Msap* msap) {
   lldpSyncMsapSend(port, msap, LLDP_SYNC_DELETE);
   lldpMaspNotifier(port, msap, LLDP_NOTIFY_DELETE);
   avl_remove(&gLldpInfo.msapTable, msap);
-  listUnlink(&msap->link);
+  lldpListUnlink(&msap->link);
   lldpMsapCleanup(&msap);
   return 0;
 }
 
 int lldpMibDeleteOldestObject(LldpPort* port) {
-  if (port == nullptr || listEmpty(&port->msapList)) return 0;
+  if (port == nullptr || lldpListEmpty(&port->msapList)) return 0;
   return lldpMibDeleteObject(port, lldpMsapFromLink(port->msapList.prev));
 }
 
 int lldpPortMsapCleanup(LldpPort* port) {
   if (port == nullptr) return -1;
-  while (!listEmpty(&port->msapList)) lldpMibDeleteObject(port, lldpMsapFromLink(port->msapList.next));
+  while (!lldpListEmpty(&port->msapList)) lldpMibDeleteObject(port, lldpMsapFromLink(port->msapList.next));
   return 0;
 }
