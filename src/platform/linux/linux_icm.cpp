@@ -33,23 +33,11 @@ constexpr uint32_t kEventGroup = 1;
 constexpr uint32_t kEventTrap = 2;
 constexpr uint32_t kEventMedTrap = 3;
 constexpr size_t kMaxClients = 32;
-constexpr uint32_t kUnknownObject = 0x3E80010;
 
 char gSockPath[sizeof(sockaddr_un::sun_path)] = {};
 
 std::mutex gSubLock;
 std::vector<int> gSubscribers;
-
-uint32_t getU32(const uint8_t* p) {
-  uint32_t v;
-  std::memcpy(&v, p, 4);
-  return v;
-}
-void addU32(std::vector<uint8_t>& b, uint32_t v) {
-  const size_t off = b.size();
-  b.resize(off + 4);
-  std::memcpy(&b[off], &v, 4);
-}
 
 bool sendAll(int fd, const std::vector<uint8_t>& b, int flags) {
   size_t off = 0;
@@ -65,10 +53,10 @@ bool sendAll(int fd, const std::vector<uint8_t>& b, int flags) {
 void eventPublish(uint32_t kind, uint32_t arg, const void* data, size_t len) {
   if (len > kCmdMaxData) len = kCmdMaxData;
   std::vector<uint8_t> b;
-  addU32(b, kCmdMagic);
-  addU32(b, static_cast<uint32_t>(16 + len));
-  addU32(b, kind);
-  addU32(b, arg);
+  cmdAddU32(b, kCmdMagic);
+  cmdAddU32(b, static_cast<uint32_t>(16 + len));
+  cmdAddU32(b, kind);
+  cmdAddU32(b, arg);
   const size_t off = b.size();
   b.resize(off + len);
   if (len) std::memcpy(&b[off], data, len);
@@ -117,11 +105,11 @@ void serverLoop(int lfd, const IcmFuncEntry* table, uint32_t count) {
         c.in.erase(c.in.begin(), c.in.begin() + used);
         if (req.op == kOpSubscribe) {
           std::vector<uint8_t> ok;
-          addU32(ok, kCmdMagic);
-          addU32(ok, kCmdReplyHeaderLen);
-          addU32(ok, 0);
-          addU32(ok, 0);
-          addU32(ok, 0);
+          cmdAddU32(ok, kCmdMagic);
+          cmdAddU32(ok, kCmdReplyHeaderLen);
+          cmdAddU32(ok, 0);
+          cmdAddU32(ok, 0);
+          cmdAddU32(ok, 0);
           std::lock_guard<std::mutex> g(gSubLock);
           if (sendAll(c.fd, ok, 0)) {
             c.subscribed = true;
@@ -162,75 +150,6 @@ void serverLoop(int lfd, const IcmFuncEntry* table, uint32_t count) {
 }
 
 }  // namespace
-
-long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req) {
-  if (n < 8) return 0;
-  if (getU32(buf) != kCmdMagic) return -1;
-  const uint32_t total = getU32(buf + 4);
-  if (total < kCmdHeaderLen || total > kCmdHeaderLen + kCmdMaxData) return -1;
-  if (n < total) return 0;
-  req->op = getU32(buf + 8);
-  req->index = getU32(buf + 12);
-  req->objId = getU32(buf + 16);
-  req->flags = getU32(buf + 20);
-  req->value = getU32(buf + 24);
-  req->len = getU32(buf + 28);
-  req->data.assign(buf + kCmdHeaderLen, buf + total);
-  if (!(req->flags & kCmdFlagBuffer) && !req->data.empty()) return -1;
-  if ((req->flags & kCmdFlagBuffer) && req->len > kCmdMaxData) return -1;
-  return static_cast<long>(total);
-}
-
-std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req) {
-  std::vector<uint8_t> b;
-  addU32(b, kCmdMagic);
-  addU32(b, static_cast<uint32_t>(kCmdHeaderLen + req.data.size()));
-  addU32(b, req.op);
-  addU32(b, req.index);
-  addU32(b, req.objId);
-  addU32(b, req.flags);
-  addU32(b, req.value);
-  addU32(b, req.len);
-  b.insert(b.end(), req.data.begin(), req.data.end());
-  return b;
-}
-
-std::vector<uint8_t> cmdExecute(const void* tablePtr, uint32_t count, const CmdRequest& req) {
-  const auto* table = static_cast<const IcmFuncEntry*>(tablePtr);
-  IcmHandler h = nullptr;
-  for (uint32_t i = 0; table && i < count; ++i)
-    if (table[i].id == req.op) {
-      h = table[i].handler;
-      break;
-    }
-  uint32_t rc = kUnknownObject;
-  ZorValue v{};
-  std::vector<uint8_t> buf;
-  const bool buffered = (req.flags & kCmdFlagBuffer) != 0;
-  if (buffered) {
-    // The handler gets a buffer of the client's capacity holding the bytes
-    // the client supplied; both are bounded by kCmdMaxData.
-    buf.assign(std::max<size_t>(req.len, req.data.size()) + 1, 0);
-    std::copy(req.data.begin(), req.data.end(), buf.begin());
-    v.buf = buf.data();
-    v.len = req.len;
-  } else {
-    v.raw = 0;
-    v.value = req.value;
-    v.len = req.len;
-  }
-  if (h) rc = h(req.index, req.objId, &v);
-  std::vector<uint8_t> out;
-  addU32(out, kCmdMagic);
-  uint32_t dataLen = 0;
-  if (buffered) dataLen = static_cast<uint32_t>(std::min<size_t>(v.len, buf.size() - 1));
-  addU32(out, kCmdReplyHeaderLen + dataLen);
-  addU32(out, rc);
-  addU32(out, buffered ? 0 : v.value);
-  addU32(out, buffered ? dataLen : v.len);
-  out.insert(out.end(), buf.begin(), buf.begin() + dataLen);
-  return out;
-}
 
 void cmdSocketUnlink() {
   if (gSockPath[0]) ::unlink(gSockPath);
@@ -293,7 +212,7 @@ int send_lldpmed_trap(uint32_t timeMarkHigh, uint32_t timeMarkLow, uint32_t unit
   std::vector<uint8_t> b;
   const uint32_t n = !chassisId ? 0 : (chassisIdLen > 255 ? 255 : chassisIdLen);
   for (uint32_t w : {timeMarkHigh, timeMarkLow, unit, remIndex, chassisIdSubtype, n, medDevType})
-    lnx::addU32(b, w);
+    lnx::cmdAddU32(b, w);
   if (n) b.insert(b.end(), chassisId, chassisId + n);
   lnx::eventPublish(lnx::kEventMedTrap, reason, b.data(), b.size());
   return 0;

@@ -123,6 +123,9 @@ struct CmdRequest {
   uint32_t len = 0;
   std::vector<uint8_t> data;
 };
+// Host-order words of the framing (linux_cmdframe.cpp).
+uint32_t cmdGetU32(const uint8_t* p);
+void cmdAddU32(std::vector<uint8_t>& b, uint32_t v);
 // Decodes one request from buf (n bytes). Returns the request length used
 // (> 0), 0 when more bytes are needed, -1 when the request is malformed.
 long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req);
