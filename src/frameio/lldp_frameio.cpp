@@ -151,7 +151,7 @@ int lldpIfChangeMtu(uint32_t unit, uint32_t newMtu) {
     if (auto* buf = static_cast<uint8_t*>(silMalloc(size))) {
       silFree(port->rx.frame);
       port->rx.frame = buf;
-      port->rxSize = newMtu;
+      port->rxSize = lldpRxSizeOf(newMtu);
     }
   }
   // The new MTU is taken even when a buffer could not follow.

@@ -16,10 +16,18 @@ extern const uint8_t lldpMcastMac[6];
 extern const uint8_t lldpBcastMac[6];
 
 // Bytes allocated for a frame buffer of a port whose MTU is mtu: never fewer
-// than 64, so that a minimum-size frame always fits.
+// than 64, so that a minimum-size frame always fits, and never more than
+// 64 KiB, so that a platform reporting an absurd MTU cannot make the agent
+// ask for gigabytes (no Ethernet frame comes near that size).
 constexpr uint32_t LLDP_MIN_FRAME_BUF = 64;
+constexpr uint32_t LLDP_MAX_FRAME_BUF = 65536;
 inline uint32_t lldpFrameBufSize(uint32_t mtu) {
-  return mtu < LLDP_MIN_FRAME_BUF ? LLDP_MIN_FRAME_BUF : mtu;
+  if (mtu < LLDP_MIN_FRAME_BUF) return LLDP_MIN_FRAME_BUF;
+  return mtu > LLDP_MAX_FRAME_BUF ? LLDP_MAX_FRAME_BUF : mtu;
+}
+// Bytes of a received frame the port keeps: the MTU, within the buffer.
+inline uint32_t lldpRxSizeOf(uint32_t mtu) {
+  return mtu > LLDP_MAX_FRAME_BUF ? LLDP_MAX_FRAME_BUF : mtu;
 }
 
 // Default MTU when the platform cannot tell a port's.

@@ -160,6 +160,10 @@ TEST_F(FrameIoTest, MtuChangeReplacesOnlyTheEnabledDirections) {
   EXPECT_EQ(lldpIfChangeMtu(2, 20), 0);
   EXPECT_EQ(sizes()[0] + sizes()[1], 40);
   EXPECT_EQ(both->txSize, 64u);
+  // An absurd MTU is taken too, but the buffers stop at 64 KiB.
+  EXPECT_EQ(lldpIfChangeMtu(2, 0xFFFFFFF0u), 0);
+  EXPECT_EQ(std::vector<long>({both->rxSize, both->txSize}), std::vector<long>({65536, 65536}));
+  EXPECT_EQ(both->mtu, 0xFFFFFFF0u);
 }
 
 TEST_F(FrameIoTest, PacketFilterRecords) {

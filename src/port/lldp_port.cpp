@@ -151,7 +151,7 @@ int lldpPortEntryInit(LldpPort* port, uint32_t adminStatus) {
         LLDP_TRACE(LLDP_TRC_PORT, "no space rx.frame failed. %s\r\n", name.s);
         return kErrNoMem;
       }
-      port->rxSize = port->mtu;
+      port->rxSize = lldpRxSizeOf(port->mtu);
     }
     if (adminStatus & LLDP_ADMIN_TX) {
       silFree(port->tx.frame);
