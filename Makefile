@@ -16,7 +16,7 @@ help:
 	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up"
 	@echo "make lab-down  take a kept lab away"
 	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
-	@echo "make fuzz      run each fuzz target for FUZZ_SECONDS (default 60)"
+	@echo "make fuzz      run the fuzz targets (received frames for FUZZ_SECONDS=60, the rest half)"
 	@echo "make bench     run the benchmarks"
 
 # Only the daemon, for run and lab.
