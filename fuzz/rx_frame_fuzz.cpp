@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/lldp_info.h"
 #include "core/lldp_core.h"
-#include "core/lldp_info.h"
 #include "frameio/lldp_frameio.h"
 #include "platform/sim/sim.h"
 #include "port/lldp_port.h"

@@ -25,7 +25,7 @@
 #include <string>
 #include <vector>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "local/lldp_local.h"
 #include "platform/sim/sim.h"
 #include "rx/lldp_msap.h"

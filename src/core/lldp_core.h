@@ -1,4 +1,4 @@
-// Start-up, options and the agent lock.
+// Start-up and options.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,5 @@ int lldpInit(uint32_t maxIfNum, uint32_t extEnabled, uint32_t trunkSupport, uint
              uint32_t dflPortMode, uint32_t defaultAdminStatus, uint32_t maxMgmtAddrNum,
              uint32_t enterpriseOid, uint32_t methIfEnable);
 int lldpSysInit(void);
-int lldpLock(void);
-int lldpUnLock(void);
 // Platform event handler (lldp_event.cpp).
 int lldpEvtNotifyRecv(const uint8_t* buf, uint32_t len);

@@ -12,10 +12,11 @@
 // are walked with the bounded netlink helpers.
 #include <cstring>
 
+#include "base/lldp_info.h"
+#include "base/lldp_nla.h"
+#include "base/lldp_trace.h"
 #include "core/lldp_core.h"
-#include "core/lldp_info.h"
 #include "core/lldp_task.h"
-#include "core/lldp_trace.h"
 #include "frameio/lldp_frameio.h"
 #include "platform/platform_types.h"
 #include "platform/zor_hwil.h"

@@ -16,10 +16,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/lldp_info.h"
+#include "base/lldp_trace.h"
 #include "core/lldp_core.h"
-#include "core/lldp_info.h"
 #include "core/lldp_task.h"
-#include "core/lldp_trace.h"
 #include "frameio/lldp_frameio.h"
 #include "local/lldp_local.h"
 #include "mgmt/lldp_mgmt.h"
@@ -30,8 +30,6 @@
 #include "platform/zor_socket.h"
 #include "port/lldp_port.h"
 #include "rx/lldp_msap.h"
-
-LldpInfo gLldpInfo;
 
 namespace {
 
@@ -99,10 +97,6 @@ int lldpInitFail(void) {
 }
 
 }  // namespace
-
-int lldpLock(void) { return silTakeSem(gLldpInfo.semaphore, -1); }
-
-int lldpUnLock(void) { return silGiveSem(gLldpInfo.semaphore); }
 
 int lldpSysInit(void) {
   gLldpInfo.reinitDelay = 2;

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/lldp_info.h"
 #include "core/lldp_core.h"
-#include "core/lldp_info.h"
 #include "platform/platform_types.h"
 #include "platform/sil.h"
 #include "platform/sim/sim.h"

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/lldp_info.h"
 #include "core/lldp_core.h"
-#include "core/lldp_info.h"
 #include "platform/proc_shell.h"
 #include "platform/sil.h"
 

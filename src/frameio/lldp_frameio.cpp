@@ -16,9 +16,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/lldp_info.h"
-#include "core/lldp_trace.h"
-#include "core/lldp_wire.h"
+#include "base/lldp_info.h"
+#include "base/lldp_trace.h"
+#include "base/lldp_wire.h"
 #include "local/lldp_local.h"
 #include "platform/logging.h"
 #include "platform/platform_types.h"

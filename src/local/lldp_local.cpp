@@ -23,7 +23,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "core/lldp_trace.h"
+#include "base/lldp_trace.h"
 #include "platform/logging.h"
 #include "platform/platform_types.h"
 #include "platform/zor_hwil.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "local/lldp_local.h"
 #include "platform/sim/sim.h"
 #include "port/lldp_port.h"

@@ -8,8 +8,8 @@
 
 #include <cstring>
 
-#include "core/lldp_info.h"
-#include "core/lldp_trace.h"
+#include "base/lldp_info.h"
+#include "base/lldp_trace.h"
 #include "platform/sil.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "local/lldp_oid.h"
 #include "platform/sil.h"
 #include "platform/sim/sim.h"

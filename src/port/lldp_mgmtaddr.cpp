@@ -11,7 +11,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "local/lldp_oid.h"
 #include "platform/platform_types.h"
 #include "platform/sil.h"

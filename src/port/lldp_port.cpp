@@ -16,9 +16,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "core/lldp_info.h"
-#include "core/lldp_task.h"
-#include "core/lldp_trace.h"
+#include "base/lldp_info.h"
+#include "base/lldp_nla.h"
+#include "base/lldp_trace.h"
 #include "frameio/lldp_frameio.h"
 #include "local/lldp_local.h"
 #include "platform/logging.h"

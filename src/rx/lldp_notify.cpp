@@ -5,8 +5,8 @@
 // REQUIRES: lldpLock held (called from remote-table updates).
 #include <cstring>
 
-#include "core/lldp_trace.h"
-#include "core/lldp_wire.h"
+#include "base/lldp_trace.h"
+#include "base/lldp_wire.h"
 #include "platform/logging.h"
 #include "platform/trap.h"
 #include "platform/zor_socket.h"

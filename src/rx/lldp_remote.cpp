@@ -12,7 +12,7 @@
 // REQUIRES: lldpLock held (protocol task, or a management operation).
 #include <cstring>
 
-#include "core/lldp_trace.h"
+#include "base/lldp_trace.h"
 #include "platform/sil.h"
 #include "rx/lldp_msap.h"
 #include "rx/lldp_rx.h"

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "core/lldp_info.h"
-#include "core/lldp_wire.h"
+#include "base/lldp_info.h"
+#include "base/lldp_wire.h"
 #include "platform/zor_if.h"
 #include "port/lldp_port.h"
 #include "rx/lldp_msap.h"

@@ -15,7 +15,7 @@
 // REQUIRES: lldpLock held (protocol task).
 #include <cstring>
 
-#include "core/lldp_trace.h"
+#include "base/lldp_trace.h"
 #include "frameio/lldp_frameio.h"
 #include "local/lldp_oid.h"
 #include "platform/sil.h"

@@ -10,7 +10,7 @@
 // REQUIRES: lldpLock held (protocol task).
 #include <cstring>
 
-#include "core/lldp_trace.h"
+#include "base/lldp_trace.h"
 #include "platform/sil.h"
 #include "rx/lldp_msap.h"
 #include "rx/lldp_rx.h"

@@ -8,7 +8,7 @@
 // actions.
 //
 // REQUIRES: lldpLock held (protocol task).
-#include "core/lldp_trace.h"
+#include "base/lldp_trace.h"
 #include "rx/lldp_msap.h"
 #include "rx/lldp_rx.h"
 #include "rx/lldp_rx_int.h"

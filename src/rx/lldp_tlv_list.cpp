@@ -3,7 +3,7 @@
 // name table, and the bit-order helper used for capability fields.
 #include "rx/lldp_tlv_list.h"
 
-#include "core/lldp_trace.h"
+#include "base/lldp_trace.h"
 #include "platform/sil.h"
 
 LldpTlv* lldpInitializeTlv(void) {

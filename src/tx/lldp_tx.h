@@ -20,7 +20,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "core/lldp_wire.h"
+#include "base/lldp_wire.h"
 #include "port/lldp_port.h"
 
 // Transmit states.

@@ -10,8 +10,8 @@
 #include <bit>
 #include <cstring>
 
-#include "core/lldp_info.h"
-#include "core/lldp_trace.h"
+#include "base/lldp_info.h"
+#include "base/lldp_trace.h"
 #include "local/lldp_local.h"
 #include "local/lldp_oid.h"
 #include "platform/sil.h"

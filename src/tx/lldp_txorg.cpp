@@ -7,7 +7,7 @@
 // REQUIRES: lldpLock held.
 #include <cstring>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "local/lldp_local.h"
 #include "platform/zor_if.h"
 #include "rx/lldp_msap.h"

@@ -11,8 +11,8 @@
 // fast-start frames still to send.
 //
 // REQUIRES: lldpLock held.
-#include "core/lldp_info.h"
-#include "core/lldp_trace.h"
+#include "base/lldp_info.h"
+#include "base/lldp_trace.h"
 #include "frameio/lldp_frameio.h"
 #include "platform/sil.h"
 #include "tx/lldp_tx.h"

@@ -7,7 +7,7 @@
 // TX_LLDP_INITIALIZE.
 #include <gtest/gtest.h>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "platform/sim/sim.h"
 #include "tx/lldp_tx.h"
 #include "tx/tx_test_port.h"

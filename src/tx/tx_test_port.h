@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "local/lldp_local.h"
 #include "platform/sil.h"
 #include "platform/sim/sim.h"

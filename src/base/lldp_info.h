@@ -94,6 +94,12 @@ struct LldpInfo {
 
 extern LldpInfo gLldpInfo;
 
+// The agent lock: one mutual-exclusion semaphore around all shared state.
+// The protocol task takes it per unit of work, every management Set for its
+// whole duration. Functions below those entry points take no lock.
+int lldpLock(void);
+int lldpUnLock(void);
+
 // Index of the frames-sent counter in globalStatsBlock.
 constexpr int LLDP_GSTAT_FRAMES_OUT = 6;
 // Indexes of the agent-wide totals of the per-port receive counters.

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "core/lldp_info.h"
+#include "base/lldp_info.h"
 #include "platform/logging.h"
 
 enum LldpTraceClass : uint32_t {
