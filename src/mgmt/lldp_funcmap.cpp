@@ -6,105 +6,105 @@
 #include "mgmt/lldp_mgmt.h"
 
 const IcmFuncEntry glldpFuncMap[LLDP_FUNCMAP_COUNT] = {
-    {0, nullptr},
-    {1, nullptr},  // lldpScalarGetApi
-    {2, nullptr},  // lldpScalarSetApi
-    {3, nullptr},  // lldpScalarSyncApi
-    {4, nullptr},  // lldpLocPortGetFirst
-    {5, nullptr},  // lldpLocPortGetNext
-    {6, nullptr},  // lldpPortGetApi
-    {7, nullptr},  // lldpPortSetApi
-    {8, nullptr},  // lldpPortSyncApi
-    {9, nullptr},  // lldpManAddrGetFirst
-    {10, nullptr},  // lldpManAddrGetNext
-    {11, nullptr},  // lldpManAddrGetApi
-    {12, nullptr},  // lldpManAddrSetApi
-    {13, nullptr},  // lldpManAddrSyncApi
-    {14, nullptr},  // lldpPortManAddrGetFirst
-    {15, nullptr},  // lldpPortManAddrGetNext
-    {16, nullptr},  // lldpPortManAddrGetApi
-    {17, nullptr},  // lldpPortManAddrSetApi
-    {18, nullptr},  // lldpPortManAddrSyncApi
-    {19, nullptr},  // lldpRemSysGetFirst
-    {20, nullptr},  // lldpRemSysGetNext
-    {21, nullptr},  // lldpRemSysGetApi
-    {22, nullptr},  // lldpRemManAddrGetFirst
-    {23, nullptr},  // lldpRemManAddrGetNext
-    {24, nullptr},  // lldpRemManAddrGetApi
-    {25, nullptr},  // lldpRemUnknownTlvGetFirst
-    {26, nullptr},  // lldpRemUnknownTlvGetNext
-    {27, nullptr},  // lldpRemUnknownTlvGetApi
-    {28, nullptr},  // lldpRemOrgDefInfoGetFirst
-    {29, nullptr},  // lldpRemOrgDefInfoGetNext
-    {30, nullptr},  // lldpRemOrgDefInfoGetApi
-    {31, nullptr},  // lldpDot1GetVlanNameFirst
-    {32, nullptr},  // lldpDot1GetVlanNameNext
-    {33, nullptr},  // lldpDot1VlanNameGetApi
-    {34, nullptr},  // lldpDot1VlanNameSetApi
-    {35, nullptr},  // lldpDot1VlanNameSyncApi
-    {36, nullptr},  // lldpDot1GetProtoVlanFirst
-    {37, nullptr},  // lldpDot1GetProtoVlanNext
-    {38, nullptr},  // lldpDot1ProtoVlanGetApi
-    {39, nullptr},  // lldpDot1ProtoVlanSetApi
-    {40, nullptr},  // lldpDot1ProtoVlanSyncApi
-    {41, nullptr},  // lldpDot1ProtoGetApi
-    {42, nullptr},  // lldpDot1RemPpvidGetFirst
-    {43, nullptr},  // lldpDot1RemPpvidGetNext
-    {44, nullptr},  // lldpDot1RemPpvidGetApi
-    {45, nullptr},  // lldpDot1RemVlanNameGetFirst
-    {46, nullptr},  // lldpDot1RemVlanNameGetNext
-    {47, nullptr},  // lldpDot1RemVlanNameGetApi
-    {48, nullptr},  // lldpDot1RemProtoGetFirst
-    {49, nullptr},  // lldpDot1RemProtoGetNext
-    {50, nullptr},  // lldpDot1RemProtoGetApi
-    {51, nullptr},  // lldpMedRemMediaPolicyGetFirst
-    {52, nullptr},  // lldpMedRemMediaPolicyGetNext
-    {53, nullptr},  // lldpMedRemMediaPolicyGetApi
-    {54, nullptr},  // lldpMedRemLocationGetFirst
-    {55, nullptr},  // lldpMedRemLocationGetNext
-    {56, nullptr},  // lldpMedRemLocationGetApi
-    {57, nullptr},  // lldpMedMediaPolicyGetFirst
-    {58, nullptr},  // lldpMedMediaPolicyGetNext
-    {59, nullptr},  // lldpMedMediaPolicyGetApi
-    {60, nullptr},  // lldpMedMediaPolicySetApi
-    {61, nullptr},  // lldpMedMediaPolicySyncApi
-    {62, nullptr},  // lldpMedLocationGetFirst
-    {63, nullptr},  // lldpMedLocationGetNext
-    {64, nullptr},  // lldpMedLocationGetApi
-    {65, nullptr},  // lldpMedLocationSetApi
-    {66, nullptr},  // lldpMedLocationSyncApi
-    {67, nullptr},  // lldpDot1PortPvidGetFirst
-    {68, nullptr},  // lldpDot1PortPvidGetNext
-    {69, nullptr},  // lldpDot3PortMacphyGetFirst
-    {70, nullptr},  // lldpDot3PortMacphyGetNext
-    {71, nullptr},  // lldpDot3PortPowerGetFirst
-    {72, nullptr},  // lldpDot3PortPowerGetNext
-    {73, nullptr},  // lldpDot3PortLinkAggGetFirst
-    {74, nullptr},  // lldpDot3PortLinkAggGetNext
-    {75, nullptr},  // lldpDot3PortMfsGetFirst
-    {76, nullptr},  // lldpDot3PortMfsGetNext
-    {77, nullptr},  // lldpMedPortXPoePseGetFirst
-    {78, nullptr},  // lldpMedPortXPoePseGetNext
-    {79, nullptr},  // lldpMedRemPoePdGetFirst
-    {80, nullptr},  // lldpMedRemPoePdGetNext
-    {81, nullptr},  // lldpMedRemPoePseGetFirst
-    {82, nullptr},  // lldpMedRemPoePseGetNext
-    {83, nullptr},  // lldpMedRemPoeGetFirst
-    {84, nullptr},  // lldpMedRemPoeGetNext
-    {85, nullptr},  // lldpDot1RemPvidGetFirst
-    {86, nullptr},  // lldpDot1RemPvidGetNext
-    {87, nullptr},  // lldpDot3RemPortGetFirst
-    {88, nullptr},  // lldpDot3RemPortGetNext
-    {89, nullptr},  // lldpDot3RemPowerGetFirst
-    {90, nullptr},  // lldpDot3RemPowerGetNext
-    {91, nullptr},  // lldpDot3RemLinkAggGetFirst
-    {92, nullptr},  // lldpDot3RemLinkAggGetNext
-    {93, nullptr},  // lldpDot3RemMaxFrameGetFirst
-    {94, nullptr},  // lldpDot3RemMaxFrameGetNext
-    {95, nullptr},  // lldpMedRemCapGetFirst
-    {96, nullptr},  // lldpMedRemCapGetNext
-    {97, nullptr},  // lldpMedRemInventoryGetFirst
-    {98, nullptr},  // lldpMedRemInventoryGetNext
-    {99, nullptr},  // lldpPortGetFirst
-    {100, nullptr},  // lldpPortGetNext
+    {0, nullptr, 0},
+    {1, nullptr, 0},  // lldpScalarGetApi
+    {2, nullptr, 0},  // lldpScalarSetApi
+    {3, nullptr, 0},  // lldpScalarSyncApi
+    {4, nullptr, 0},  // lldpLocPortGetFirst
+    {5, nullptr, 0},  // lldpLocPortGetNext
+    {6, nullptr, 0},  // lldpPortGetApi
+    {7, nullptr, 0},  // lldpPortSetApi
+    {8, nullptr, 0},  // lldpPortSyncApi
+    {9, nullptr, 0},  // lldpManAddrGetFirst
+    {10, nullptr, 0},  // lldpManAddrGetNext
+    {11, nullptr, 0},  // lldpManAddrGetApi
+    {12, nullptr, 0},  // lldpManAddrSetApi
+    {13, nullptr, 0},  // lldpManAddrSyncApi
+    {14, nullptr, 0},  // lldpPortManAddrGetFirst
+    {15, nullptr, 0},  // lldpPortManAddrGetNext
+    {16, nullptr, 0},  // lldpPortManAddrGetApi
+    {17, nullptr, 0},  // lldpPortManAddrSetApi
+    {18, nullptr, 0},  // lldpPortManAddrSyncApi
+    {19, nullptr, 0},  // lldpRemSysGetFirst
+    {20, nullptr, 0},  // lldpRemSysGetNext
+    {21, nullptr, 0},  // lldpRemSysGetApi
+    {22, nullptr, 0},  // lldpRemManAddrGetFirst
+    {23, nullptr, 0},  // lldpRemManAddrGetNext
+    {24, nullptr, 0},  // lldpRemManAddrGetApi
+    {25, nullptr, 0},  // lldpRemUnknownTlvGetFirst
+    {26, nullptr, 0},  // lldpRemUnknownTlvGetNext
+    {27, nullptr, 0},  // lldpRemUnknownTlvGetApi
+    {28, nullptr, 0},  // lldpRemOrgDefInfoGetFirst
+    {29, nullptr, 0},  // lldpRemOrgDefInfoGetNext
+    {30, nullptr, 0},  // lldpRemOrgDefInfoGetApi
+    {31, nullptr, 0},  // lldpDot1GetVlanNameFirst
+    {32, nullptr, 0},  // lldpDot1GetVlanNameNext
+    {33, nullptr, 0},  // lldpDot1VlanNameGetApi
+    {34, nullptr, 0},  // lldpDot1VlanNameSetApi
+    {35, nullptr, 0},  // lldpDot1VlanNameSyncApi
+    {36, nullptr, 0},  // lldpDot1GetProtoVlanFirst
+    {37, nullptr, 0},  // lldpDot1GetProtoVlanNext
+    {38, nullptr, 0},  // lldpDot1ProtoVlanGetApi
+    {39, nullptr, 0},  // lldpDot1ProtoVlanSetApi
+    {40, nullptr, 0},  // lldpDot1ProtoVlanSyncApi
+    {41, nullptr, 0},  // lldpDot1ProtoGetApi
+    {42, nullptr, 0},  // lldpDot1RemPpvidGetFirst
+    {43, nullptr, 0},  // lldpDot1RemPpvidGetNext
+    {44, nullptr, 0},  // lldpDot1RemPpvidGetApi
+    {45, nullptr, 0},  // lldpDot1RemVlanNameGetFirst
+    {46, nullptr, 0},  // lldpDot1RemVlanNameGetNext
+    {47, nullptr, 0},  // lldpDot1RemVlanNameGetApi
+    {48, nullptr, 0},  // lldpDot1RemProtoGetFirst
+    {49, nullptr, 0},  // lldpDot1RemProtoGetNext
+    {50, nullptr, 0},  // lldpDot1RemProtoGetApi
+    {51, nullptr, 0},  // lldpMedRemMediaPolicyGetFirst
+    {52, nullptr, 0},  // lldpMedRemMediaPolicyGetNext
+    {53, nullptr, 0},  // lldpMedRemMediaPolicyGetApi
+    {54, nullptr, 0},  // lldpMedRemLocationGetFirst
+    {55, nullptr, 0},  // lldpMedRemLocationGetNext
+    {56, nullptr, 0},  // lldpMedRemLocationGetApi
+    {57, nullptr, 0},  // lldpMedMediaPolicyGetFirst
+    {58, nullptr, 0},  // lldpMedMediaPolicyGetNext
+    {59, nullptr, 0},  // lldpMedMediaPolicyGetApi
+    {60, nullptr, 0},  // lldpMedMediaPolicySetApi
+    {61, nullptr, 0},  // lldpMedMediaPolicySyncApi
+    {62, nullptr, 0},  // lldpMedLocationGetFirst
+    {63, nullptr, 0},  // lldpMedLocationGetNext
+    {64, nullptr, 0},  // lldpMedLocationGetApi
+    {65, nullptr, 0},  // lldpMedLocationSetApi
+    {66, nullptr, 0},  // lldpMedLocationSyncApi
+    {67, nullptr, 0},  // lldpDot1PortPvidGetFirst
+    {68, nullptr, 0},  // lldpDot1PortPvidGetNext
+    {69, nullptr, 0},  // lldpDot3PortMacphyGetFirst
+    {70, nullptr, 0},  // lldpDot3PortMacphyGetNext
+    {71, nullptr, 0},  // lldpDot3PortPowerGetFirst
+    {72, nullptr, 0},  // lldpDot3PortPowerGetNext
+    {73, nullptr, 0},  // lldpDot3PortLinkAggGetFirst
+    {74, nullptr, 0},  // lldpDot3PortLinkAggGetNext
+    {75, nullptr, 0},  // lldpDot3PortMfsGetFirst
+    {76, nullptr, 0},  // lldpDot3PortMfsGetNext
+    {77, nullptr, 0},  // lldpMedPortXPoePseGetFirst
+    {78, nullptr, 0},  // lldpMedPortXPoePseGetNext
+    {79, nullptr, 0},  // lldpMedRemPoePdGetFirst
+    {80, nullptr, 0},  // lldpMedRemPoePdGetNext
+    {81, nullptr, 0},  // lldpMedRemPoePseGetFirst
+    {82, nullptr, 0},  // lldpMedRemPoePseGetNext
+    {83, nullptr, 0},  // lldpMedRemPoeGetFirst
+    {84, nullptr, 0},  // lldpMedRemPoeGetNext
+    {85, nullptr, 0},  // lldpDot1RemPvidGetFirst
+    {86, nullptr, 0},  // lldpDot1RemPvidGetNext
+    {87, nullptr, 0},  // lldpDot3RemPortGetFirst
+    {88, nullptr, 0},  // lldpDot3RemPortGetNext
+    {89, nullptr, 0},  // lldpDot3RemPowerGetFirst
+    {90, nullptr, 0},  // lldpDot3RemPowerGetNext
+    {91, nullptr, 0},  // lldpDot3RemLinkAggGetFirst
+    {92, nullptr, 0},  // lldpDot3RemLinkAggGetNext
+    {93, nullptr, 0},  // lldpDot3RemMaxFrameGetFirst
+    {94, nullptr, 0},  // lldpDot3RemMaxFrameGetNext
+    {95, nullptr, 0},  // lldpMedRemCapGetFirst
+    {96, nullptr, 0},  // lldpMedRemCapGetNext
+    {97, nullptr, 0},  // lldpMedRemInventoryGetFirst
+    {98, nullptr, 0},  // lldpMedRemInventoryGetNext
+    {99, nullptr, 0},  // lldpPortGetFirst
+    {100, nullptr, 0},  // lldpPortGetNext
 };

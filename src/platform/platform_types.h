@@ -12,6 +12,11 @@
 // the caller's buffer (string and octet objects); word 1 carries the buffer
 // length (in: capacity on a Get, bytes supplied on a Set; out: bytes written).
 // On the agent's 64-bit hosts word 0 is pointer-sized so that a buffer fits.
+// `form` says which of the two word 0 holds: whoever builds a descriptor
+// sets it, and a handler of a string or octet object refuses the integer
+// form (a client's integer must never be followed as a pointer).
+constexpr uint32_t ZOR_VALUE_INT = 0;
+constexpr uint32_t ZOR_VALUE_BUF = 1;
 struct ZorValue {
   union {
     uint32_t value;
@@ -19,7 +24,10 @@ struct ZorValue {
     uintptr_t raw;
   };
   uint32_t len;
+  uint32_t form;  // ZOR_VALUE_INT or ZOR_VALUE_BUF
 };
+// True when the descriptor carries a buffer in word 0.
+inline bool zorValueIsBuf(const ZorValue* v) { return v && v->form == ZOR_VALUE_BUF; }
 
 // Buffer-and-length pair for string and octet platform objects: the caller
 // puts the buffer size in len, the platform writes at most that many bytes and

@@ -17,13 +17,17 @@ int zorHwilCardGet(uint32_t card0, uint32_t card1, uint32_t card2, uint32_t objI
 int zorCardUpPcsSet(uint32_t card0, uint32_t card1, uint32_t card2, uint32_t protocol);
 
 // Control record of a forwarded command: mode (3 Set, 1 Sync, with the flag
-// bits a caller adds), an argument word, and the value length.
+// bits a caller adds), an argument word, the value length, and the length of
+// the key record that the index points to (0 when the index is an integer).
 struct ZorSyncCtl {
   uint32_t mode;
   uint32_t arg;
   uint32_t valueLen;
+  uint32_t keyLen = 0;
 };
 // Hands a management command (or a synchronisation message) to the other
-// units of the stack. Returns 0 when the command may be applied locally, or
-// the refusal code to pass back to the client.
-int zorHwilCmdSyncApi(uint32_t index, uint32_t cmdId, ZorValue* value, ZorSyncCtl* ctl);
+// units of the stack. `index` is an integer, or a pointer to a key record of
+// ctl->keyLen bytes; the value descriptor's form says whether word 0 is a
+// buffer (of ctl->valueLen bytes) or an integer. Returns 0 when the command
+// may be applied locally, or the refusal code to pass back to the client.
+int zorHwilCmdSyncApi(uintptr_t index, uint32_t cmdId, ZorValue* value, ZorSyncCtl* ctl);

@@ -10,13 +10,13 @@
 
 uint32_t lldpSyncMsapSend(LldpPort* /*port*/, Msap* /*msap*/, uint32_t action) {
   ZorValue value{};
-  ZorSyncCtl ctl{0x80000103u, action, 0};
+  ZorSyncCtl ctl{0x80000103u, action, 0, 0};
   return static_cast<uint32_t>(zorHwilCmdSyncApi(0, 0xB4023u, &value, &ctl));
 }
 
 uint32_t lldpSyncAllSend(uint32_t unit, uint32_t doSend) {
   if (doSend == 0) return 0;
   ZorValue value{};
-  ZorSyncCtl ctl{0x80000303u, unit, 0};
+  ZorSyncCtl ctl{0x80000303u, unit, 0, 0};
   return static_cast<uint32_t>(zorHwilCmdSyncApi(0, 0xB4023u, &value, &ctl));
 }

@@ -113,6 +113,8 @@ constexpr uint32_t kCmdHeaderLen = 32;
 constexpr uint32_t kCmdReplyHeaderLen = 20;
 constexpr uint32_t kCmdMaxData = 65536;
 constexpr uint32_t kCmdFlagBuffer = 1;
+constexpr uint32_t kCmdFlagKey = 2;
+constexpr uint32_t kCmdKnownFlags = kCmdFlagBuffer | kCmdFlagKey;
 
 struct CmdRequest {
   uint32_t op = 0;
@@ -121,7 +123,8 @@ struct CmdRequest {
   uint32_t flags = 0;
   uint32_t value = 0;
   uint32_t len = 0;
-  std::vector<uint8_t> data;
+  std::vector<uint8_t> key;   // the key block (kCmdFlagKey), at most ICM_MAX_KEY_LEN bytes
+  std::vector<uint8_t> data;  // the buffer bytes supplied (kCmdFlagBuffer)
 };
 // Host-order words of the framing (linux_cmdframe.cpp).
 uint32_t cmdGetU32(const uint8_t* p);
@@ -140,7 +143,7 @@ bool stackHasPeers();
 // The peers' Sync operation and object for a forwarded command id.
 bool stackSyncOp(uint32_t cmdId, uint32_t* op, uint32_t* obj);
 // The request that forwards one command to a peer.
-bool stackRequest(uint32_t index, uint32_t cmdId, const ZorValue* value, const ZorSyncCtl* ctl,
+bool stackRequest(uintptr_t index, uint32_t cmdId, const ZorValue* value, const ZorSyncCtl* ctl,
                   CmdRequest* req);
 // Waits (up to 5 s) until every queued command has been delivered.
 void stackDrain();

@@ -23,6 +23,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "platform/icm.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/zor_hwil.h"
 
@@ -167,20 +168,30 @@ bool stackSyncOp(uint32_t cmdId, uint32_t* op, uint32_t* obj) {
   return false;
 }
 
-bool stackRequest(uint32_t index, uint32_t cmdId, const ZorValue* value, const ZorSyncCtl* ctl,
+bool stackRequest(uintptr_t index, uint32_t cmdId, const ZorValue* value, const ZorSyncCtl* ctl,
                   CmdRequest* req) {
   if (!value || !ctl || !stackSyncOp(cmdId, &req->op, &req->objId)) return false;
-  req->index = index;
-  if (ctl->mode & 0x80000000u) {
+  req->flags = 0;
+  req->index = 0;
+  req->key.clear();
+  if (ctl->keyLen > 0) {
+    // A key record: its bytes travel in the request's key block.
+    if (index == 0 || ctl->keyLen > ICM_MAX_KEY_LEN) return false;
+    const auto* k = reinterpret_cast<const uint8_t*>(index);
+    req->key.assign(k, k + ctl->keyLen);
+    req->flags |= kCmdFlagKey;
+  } else {
+    req->index = static_cast<uint32_t>(index);
+  }
+  if (value->form == ZOR_VALUE_BUF) {
     // Octets: the buffer and the length the control record carries, bounded.
     const uint32_t n = ctl->valueLen > kCmdMaxData ? kCmdMaxData : ctl->valueLen;
-    req->flags = kCmdFlagBuffer;
+    req->flags |= kCmdFlagBuffer;
     req->len = n;
     const auto* p = static_cast<const uint8_t*>(value->buf);
     if (!p && n) return false;
     req->data.assign(p, p + n);
   } else {
-    req->flags = 0;
     req->value = value->value;
     req->len = value->len;
   }
@@ -195,7 +206,7 @@ void stackDrain() {
 
 }  // namespace lnx
 
-int zorHwilCmdSyncApi(uint32_t index, uint32_t cmdId, ZorValue* value, ZorSyncCtl* ctl) {
+int zorHwilCmdSyncApi(uintptr_t index, uint32_t cmdId, ZorValue* value, ZorSyncCtl* ctl) {
   if (!ctl || (ctl->mode & 0xFFu) != 3) return 0;  // a Sync came from a peer
   const auto targets = lnx::peers();
   if (targets.empty()) return 0;

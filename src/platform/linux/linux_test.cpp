@@ -282,20 +282,33 @@ TEST_F(LinuxPlatform, InterfaceObjectsFromTheLinkTable) {
 // ---- command socket framing -----------------------------------------------------------
 
 uint32_t gLastIndex, gLastObj;
-uint32_t intHandler(uint32_t index, uint32_t objId, ZorValue* v) {
-  gLastIndex = index;
+uint32_t intHandler(uintptr_t index, uint32_t objId, ZorValue* v) {
+  gLastIndex = static_cast<uint32_t>(index);
   gLastObj = objId;
   v->value = v->value * 2 + 1;
   return 0;
 }
-uint32_t bufHandler(uint32_t, uint32_t, ZorValue* v) {
+uint32_t bufHandler(uintptr_t, uint32_t, ZorValue* v) {
+  if (v->form != ZOR_VALUE_BUF) return 22;
   // Claims more than it was given: the reply must stay within the buffer.
   auto* p = static_cast<uint8_t*>(v->buf);
   for (uint32_t i = 0; i < v->len; ++i) p[i] = static_cast<uint8_t>(p[i] + 1);
   v->len = v->len + 1000;
   return 7;
 }
-const IcmFuncEntry kTable[] = {{0, nullptr}, {1, intHandler}, {2, bufHandler}, {3, nullptr}};
+// A walk over a 6-byte key record: steps its first word and echoes the form.
+uint32_t keyHandler(uintptr_t index, uint32_t, ZorValue* v) {
+  auto* key = reinterpret_cast<uint8_t*>(index);
+  uint32_t w;
+  std::memcpy(&w, key, 4);
+  w += 1;
+  std::memcpy(key, &w, 4);
+  key[5] = 0xEE;  // the last byte of the record is the handler's to write
+  if (v->form == ZOR_VALUE_INT) v->value = 77;
+  return 0;
+}
+const IcmFuncEntry kTable[] = {
+    {0, nullptr, 0}, {1, intHandler, 0}, {2, bufHandler, 0}, {3, nullptr, 0}, {4, keyHandler, 6}};
 
 lnx::CmdRequest intRequest(uint32_t op) {
   lnx::CmdRequest r;
@@ -343,6 +356,43 @@ TEST_F(LinuxPlatform, RequestsRunAgainstTheTable) {
   ASSERT_EQ(rep.size(), lnx::kCmdReplyHeaderLen + 4);
   EXPECT_EQ(rep[lnx::kCmdReplyHeaderLen], 2);
   EXPECT_EQ(rep[lnx::kCmdReplyHeaderLen + 3], 5);
+  // An octet handler reached with the integer form refuses it.
+  EXPECT_EQ(u32At(lnx::cmdExecute(kTable, 5, intRequest(2)), 8), 22u);
+}
+
+TEST_F(LinuxPlatform, KeyRecordsTravelInAndOutOfTheCall) {
+  lnx::CmdRequest r = intRequest(4);
+  r.flags = lnx::kCmdFlagKey;
+  r.key = {5, 0, 0, 0};  // shorter than the record: the rest is zero
+  const auto bytes = lnx::cmdEncodeRequest(r);
+  lnx::CmdRequest got;
+  ASSERT_EQ(lnx::cmdDecode(bytes.data(), bytes.size(), &got), static_cast<long>(bytes.size()));
+  auto rep = lnx::cmdExecute(kTable, 5, got);
+  ASSERT_EQ(rep.size(), lnx::kCmdReplyHeaderLen + 4 + 6);
+  EXPECT_EQ((std::vector<uint32_t>{u32At(rep, 8), u32At(rep, 12), u32At(rep, 20)}),
+            (std::vector<uint32_t>{0, 77, 6}));
+  EXPECT_EQ(Bytes(rep.begin() + 24, rep.end()), (Bytes{6, 0, 0, 0, 0, 0xEE}));
+  // Without a key block the handler still gets a zeroed record; none comes back.
+  rep = lnx::cmdExecute(kTable, 5, intRequest(4));
+  EXPECT_EQ(rep.size(), lnx::kCmdReplyHeaderLen);
+  // A key longer than the record, or a key for an integer operation: 22, no call.
+  gLastObj = 0;
+  r.key.assign(7, 1);
+  EXPECT_EQ(u32At(lnx::cmdExecute(kTable, 5, r), 8), 22u);
+  r.op = 1;
+  r.key = {1};
+  EXPECT_EQ(u32At(lnx::cmdExecute(kTable, 5, r), 8), 22u);
+  EXPECT_EQ(gLastObj, 0u);
+  // A key block that claims more than the request holds, or one above the
+  // limit, is malformed.
+  for (uint32_t claim : {5u, ICM_MAX_KEY_LEN + 1}) {
+    auto bad = lnx::cmdEncodeRequest(r);
+    std::memcpy(&bad[lnx::kCmdHeaderLen], &claim, 4);
+    EXPECT_EQ(lnx::cmdDecode(bad.data(), bad.size(), &got), -1) << claim;
+  }
+  r.flags = 0x8;  // an unknown flag
+  const auto odd = lnx::cmdEncodeRequest(r);
+  EXPECT_EQ(lnx::cmdDecode(odd.data(), odd.size(), &got), -1);
 }
 
 // Reads exactly n bytes, or fewer if the peer closes.
@@ -421,22 +471,26 @@ TEST_F(LinuxPlatform, CommandSocketFramesRequestsAndEvents) {
 
 struct Forwarded {
   uint32_t op, index, objId, value;
-  std::string bytes;
+  std::string bytes, key;
 };
 std::mutex gFwdLock;
 std::vector<Forwarded> gForwarded;
 template <uint32_t Op>
-uint32_t recordSync(uint32_t index, uint32_t objId, ZorValue* v) {
+uint32_t recordSync(uintptr_t index, uint32_t objId, ZorValue* v) {
   std::lock_guard<std::mutex> g(gFwdLock);
-  Forwarded f{Op, index, objId, 0, {}};
-  if (Op == 8)
+  Forwarded f{Op, 0, objId, 0, {}, {}};
+  if (Op == 13)
+    f.key.assign(reinterpret_cast<const char*>(index), 4);
+  else
+    f.index = static_cast<uint32_t>(index);
+  if (v->form == ZOR_VALUE_BUF)
     f.bytes.assign(static_cast<const char*>(v->buf), v->len);
   else
     f.value = v->value;
   gForwarded.push_back(f);
   return Op == 8 ? 0x3E80002 : 0;
 }
-const IcmFuncEntry kPeerTable[] = {{3, recordSync<3>}, {8, recordSync<8>}};
+const IcmFuncEntry kPeerTable[] = {{3, recordSync<3>, 0}, {8, recordSync<8>, 0}, {13, recordSync<13>, 4}};
 
 TEST_F(LinuxPlatform, SetsAreForwardedToStackPeersAsSyncs) {
   uint32_t v = 9;
@@ -445,12 +499,12 @@ TEST_F(LinuxPlatform, SetsAreForwardedToStackPeersAsSyncs) {
   ZorValue val{};
   val.value = 15;
   val.len = 4;
-  ZorSyncCtl set{3, 0, 4};
+  ZorSyncCtl set{3, 0, 4, 0};
   EXPECT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 2, &val, &set), 0);
 
   const std::string path = "/tmp/lldp-linux-peer-" + std::to_string(getpid()) + ".sock";
   lnx::optSet("host.cmdsocket", path);
-  ASSERT_EQ(icmProcTcpInit("testpeer", "/tmp/unused.socket", kPeerTable, 2), 0);
+  ASSERT_EQ(icmProcTcpInit("testpeer", "/tmp/unused.socket", kPeerTable, 3), 0);
   lnx::optSet("host.stackpeers", path);
   EXPECT_EQ(zorHwilScalarGet(0, 54, &v), 0);
   EXPECT_EQ(v, 0u);
@@ -461,21 +515,30 @@ TEST_F(LinuxPlatform, SetsAreForwardedToStackPeersAsSyncs) {
   ZorValue oct{};
   oct.buf = text;
   oct.len = 64;
-  ZorSyncCtl octSet{3 | 0x10000000u | 0x80000000u, 0, 5};
+  oct.form = ZOR_VALUE_BUF;
+  ZorSyncCtl octSet{3 | 0x10000000u | 0x80000000u, 0, 5, 0};
   // The peer refuses this one; it still applies here.
   EXPECT_EQ(zorHwilCmdSyncApi(7, 0x4074000 + 4, &oct, &octSet), 0);
-  ZorSyncCtl sync{1, 0, 4};  // came from a peer: not sent back
+  // A keyed table: the key record's bytes travel; bit 31 of the mode without
+  // a buffer-form descriptor does not make the integer a pointer.
+  uint8_t key[4] = {1, 4, 10, 0};
+  ZorSyncCtl keySet{3 | 0x80000000u, 40, 4, 4};
+  EXPECT_EQ(zorHwilCmdSyncApi(reinterpret_cast<uintptr_t>(key), 0x92A4000, &val, &keySet), 0);
+  ZorSyncCtl sync{1, 0, 4, 0};  // came from a peer: not sent back
   EXPECT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 3, &val, &sync), 0);
   EXPECT_EQ(zorHwilCmdSyncApi(0, 0x12340000, &val, &set), 0);  // unknown base: local only
   lnx::stackDrain();
 
   std::lock_guard<std::mutex> g(gFwdLock);
-  ASSERT_EQ(gForwarded.size(), 2u);
+  ASSERT_EQ(gForwarded.size(), 3u);
   const auto& f0 = gForwarded[0];
   const auto& f1 = gForwarded[1];
+  const auto& f2 = gForwarded[2];
   EXPECT_EQ(std::make_tuple(f0.op, f0.objId, f0.value), std::make_tuple(3u, 2u, 15u));
   EXPECT_EQ(std::make_tuple(f1.op, f1.index, f1.objId, f1.bytes),
             std::make_tuple(8u, 7u, 4u, std::string("hello")));
+  EXPECT_EQ(std::make_tuple(f2.op, f2.objId, f2.value, f2.key),
+            std::make_tuple(13u, 0u, 15u, std::string("\x01\x04\x0a\x00", 4)));
   lnx::cmdSocketUnlink();
 }
 
@@ -505,7 +568,7 @@ TEST_F(LinuxPlatform, MutatedRequestsStayInsideTheirBuffers) {
     ASSERT_LE(used, static_cast<long>(n));
     if (used > 0) {
       ++accepted;
-      const auto rep = lnx::cmdExecute(kTable, 4, got);
+      const auto rep = lnx::cmdExecute(kTable, 5, got);
       ASSERT_GE(rep.size(), lnx::kCmdReplyHeaderLen);
       EXPECT_EQ(u32At(rep, 4), rep.size());
     }

@@ -166,13 +166,15 @@ const std::vector<Trap>& traps();
 
 // ---- Hardware layer and stack sync ---------------------------------------
 struct CmdSync {
-  uint32_t index, cmdId;
+  uint32_t index, cmdId;       // index: an integer index (0 when a key record came)
   uint32_t ctlMode, ctlArg, ctlLen;
-  uint32_t value;              // word 0 as an integer
-  std::vector<uint8_t> bytes;  // word 1 bytes from word 0's buffer, when ctl/len say so
+  uint32_t form;               // the descriptor's form
+  uint32_t value;              // word 0 as an integer (integer form only)
+  std::vector<uint8_t> bytes;  // ctl->valueLen bytes of word 0's buffer (buffer form)
+  std::vector<uint8_t> key;    // ctl->keyLen bytes of the key record, when one came
 };
-// bytes are copied (ctl->valueLen of them) only when bit 0x80000000 of the
-// mode marks word 0 as a buffer, word 0 is not null and the length is not 0.
+// bytes are copied only when the descriptor is in buffer form, word 0 is not
+// null and the control record's length is not 0.
 const std::vector<CmdSync>& cmdSyncs();
 void setCmdSyncResult(int rc);  // default 0
 struct HwSet {

@@ -331,24 +331,34 @@ int zorCardUpPcsSet(uint32_t card0, uint32_t card1, uint32_t card2, uint32_t pro
   return 0;
 }
 
-int zorHwilCmdSyncApi(uint32_t index, uint32_t cmdId, ZorValue* value, ZorSyncCtl* ctl) {
+int zorHwilCmdSyncApi(uintptr_t index, uint32_t cmdId, ZorValue* value, ZorSyncCtl* ctl) {
   int rc = -1;
   if (enter(Fn::zorHwilCmdSyncApi, &rc)) return rc;
   sim::CmdSync c{};
-  c.index = index;
   c.cmdId = cmdId;
   if (ctl) {
     c.ctlMode = ctl->mode;
     c.ctlArg = ctl->arg;
     c.ctlLen = ctl->valueLen;
   }
-  if (value) c.value = value->value;
-  // Bit 31 of the mode marks a buffer in word 0 (octet objects and sync
-  // messages); otherwise word 0 is the integer itself and must not be read
-  // through.
-  if (ctl && (ctl->mode & 0x80000000u) && value && value->buf && ctl->valueLen > 0) {
-    const auto* p = static_cast<const uint8_t*>(value->buf);
-    c.bytes.assign(p, p + ctl->valueLen);
+  // A key record travels by pointer; an integer index as itself.
+  if (ctl && ctl->keyLen > 0 && index != 0) {
+    const auto* k = reinterpret_cast<const uint8_t*>(index);
+    c.key.assign(k, k + ctl->keyLen);
+  } else {
+    c.index = static_cast<uint32_t>(index);
+  }
+  if (value) {
+    c.form = value->form;
+    if (value->form == ZOR_VALUE_BUF) {
+      // Word 0 is a buffer: copy the bytes the control record names.
+      if (ctl && value->buf && ctl->valueLen > 0) {
+        const auto* p = static_cast<const uint8_t*>(value->buf);
+        c.bytes.assign(p, p + ctl->valueLen);
+      }
+    } else {
+      c.value = value->value;
+    }
   }
   st().cmdSyncs.push_back(std::move(c));
   return st().cmdSyncResult;
