@@ -18,7 +18,6 @@
 #include "frameio/lldp_frameio.h"
 #include "platform/platform_types.h"
 #include "platform/sil.h"
-#include "platform/zor_hwil.h"
 #include "platform/zor_socket.h"
 #include "port/lldp_port.h"
 #include "rx/lldp_msap.h"
@@ -31,7 +30,6 @@ constexpr uint32_t kMachineTickMs = 1000;
 constexpr size_t kRecvBufLen = 9216;
 constexpr size_t kCtrlBufLen = 256;
 constexpr uint32_t kNameBufLen = 20;
-constexpr uint32_t kHwScalarTxGate = 55;
 // Byte 16 of the auxiliary data is the last one the agent reads.
 constexpr uint32_t kAuxMinLen = 17;
 
@@ -162,12 +160,11 @@ int lldpMachine(void* /*arg1*/, void* /*arg2*/) {
     if (port->portStatus == 1) {
       if (port->adminStatus != LLDP_ADMIN_DISABLED) lldpRxUpdateTimers(port);
       if (port->adminStatus & LLDP_ADMIN_RX) lldpRxStatemachineRun(port);
-      uint32_t gate = 0;
-      if (zorHwilScalarGet(0, kHwScalarTxGate, &gate) == 0 && gate != 0) {
-        // A disabled port still runs its transmit machine until its shutdown
-        // is done (reinitDone back to 1).
-        if ((port->adminStatus & LLDP_ADMIN_TX) ||
-            (port->adminStatus == LLDP_ADMIN_DISABLED && port->reinitDone == 0))
+      if (lldpTxGateOpen()) {
+        // A port whose transmission was turned off (disabled, or receive
+        // only) still runs its transmit machine until its shutdown is done
+        // (reinitDone back to 1).
+        if ((port->adminStatus & LLDP_ADMIN_TX) || port->reinitDone == 0)
           lldpTxStatemachineRun(port);
       }
     } else if (!lldpListEmpty(&port->msapList)) {

@@ -164,11 +164,23 @@ int lldpPortEntryInit(LldpPort* port, uint32_t adminStatus) {
       port->txSize = lldpFrameBufSize(port->mtu);
       lldpPortSendMsg();
     }
+    // Leaving TX or TXRX for receive only: the neighbours hear a shutdown
+    // LLDPDU now rather than keep the port for a whole TTL. The
+    // re-initialisation below must not undo that shutdown: its machine
+    // finishes it (reinitDelay, then the transmit buffer goes), run by the
+    // tick while reinitDone is 0.
+    const bool shuttingDown = (port->adminStatus & LLDP_ADMIN_TX) &&
+                              !(adminStatus & LLDP_ADMIN_TX) && lldpTxShutdown(port) == 1;
     // Going between the three active statuses keeps the TLV settings (no
     // lldpPortCleanup here); only a disable clears them.
     lldpPortMsapCleanup(port);
     port->adminStatus = static_cast<uint8_t>(adminStatus);
     lldpPortInitialize(port);
+    if (shuttingDown) {
+      port->txState = TX_SHUTDOWN_FRAME;
+      port->txShutdownWhile = port->reinitDelay;
+      port->reinitDone = 0;
+    }
     return 0;
   }
 
@@ -181,6 +193,10 @@ int lldpPortEntryInit(LldpPort* port, uint32_t adminStatus) {
       }
       port->protoRegistered = 0;
     }
+    // The shutdown LLDPDU leaves now, while the transmit buffer is certain to
+    // be there; when it cannot (link down, gate closed) the machine sends it
+    // once it runs again.
+    if (port->adminStatus & LLDP_ADMIN_TX) lldpTxShutdown(port);
     lldpPortCleanup(port);
     port->adminStatus = LLDP_ADMIN_DISABLED;
     port->reinitDone = 0;

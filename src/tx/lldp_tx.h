@@ -41,6 +41,16 @@ int lldpTxStatemachineRun(LldpPort* port);
 uint8_t txGlobalStatemachineRun(LldpPort* port);
 int lldpTxFrame(LldpPort* port);
 int lldpTxUpdateTimers(LldpPort* port);
+// The platform's transmission gate (hardware scalar 55): no frame leaves
+// while it reads 0 or cannot be read.
+bool lldpTxGateOpen(void);
+// Transmission is being turned off on the port (its admin status leaves TX
+// or TXRX): when its machine has been announcing the port (TX_IDLE) and a
+// frame can leave now (link up, gate open), sends the shutdown LLDPDU at once
+// and leaves the machine in TX_SHUTDOWN_FRAME, which frees the transmit
+// buffer reinitDelay seconds later. Returns 1 when the frame was sent, else
+// 0 (nothing changed).
+int lldpTxShutdown(LldpPort* port);
 
 // ---- LLDPDU construction and basic TLVs (lldp_txframe.cpp) ---------------
 int lldpTlvInitialize(LldpPort* port);

@@ -15,12 +15,14 @@
 #include "base/lldp_trace.h"
 #include "frameio/lldp_frameio.h"
 #include "platform/sil.h"
+#include "platform/zor_hwil.h"
 #include "tx/lldp_tx.h"
 
 namespace {
 
 constexpr uint8_t kMedNetworkConnectivity = 4;
 constexpr uint8_t kGlobalDisabled = 2;
+constexpr uint32_t kHwScalarTxGate = 55;
 
 bool txDisabled(const LldpPort* port) {
   return port->adminStatus == LLDP_ADMIN_DISABLED || port->adminStatus == LLDP_ADMIN_RX;
@@ -41,7 +43,29 @@ void txEnterIdle(LldpPort* port) {
   port->txDelayWhile = port->medFastStart != 0 ? 1 : port->txDelay;
 }
 
+// The TX_SHUTDOWN_FRAME entry action: one LLDPDU with TTL 0, then
+// reinitDelay seconds before the port may re-initialise.
+void txEnterShutdown(LldpPort* port) {
+  port->txTagVid = 0;
+  lldpMibConstrShutdownLLDPDU(port);
+  lldpTxFrame(port);
+  port->txShutdownWhile = port->reinitDelay;
+}
+
 }  // namespace
+
+bool lldpTxGateOpen(void) {
+  uint32_t gate = 0;
+  return zorHwilScalarGet(0, kHwScalarTxGate, &gate) == 0 && gate != 0;
+}
+
+int lldpTxShutdown(LldpPort* port) {
+  if (port->txState != TX_IDLE || port->tx.frame == nullptr) return 0;
+  if (port->portStatus != 1 || !lldpTxGateOpen()) return 0;
+  txMoveTo(port, TX_SHUTDOWN_FRAME, "%s -> %s\r\n");
+  txEnterShutdown(port);
+  return 1;
+}
 
 const char* txStateFromID(uint8_t state) {
   switch (state) {
@@ -85,10 +109,13 @@ uint8_t txGlobalStatemachineRun(LldpPort* port) {
       break;
     case TX_IDLE:
       if (txDisabled(port) || gLldpInfo.globalAdminStatus == kGlobalDisabled) {
-        // Disabled by the global switch rather than by the port's own status:
-        // the port is taken down here so that its shutdown frame goes out.
-        if (!txDisabled(port)) lldpPortEntryInit(port, LLDP_ADMIN_DISABLED);
+        const bool byGlobalSwitch = !txDisabled(port);
         txMoveTo(port, TX_SHUTDOWN_FRAME, "%s -> %s\r\n");
+        // Disabled by the global switch rather than by the port's own status:
+        // the port is taken down here too. The machine has left TX_IDLE
+        // already, so the re-initialisation leaves the shutdown frame to this
+        // run's state action.
+        if (byGlobalSwitch) lldpPortEntryInit(port, LLDP_ADMIN_DISABLED);
       } else if (port->txDelayWhile != 0) {
       } else if (port->txTTR != 0 && port->somethingChangedLocal == 0 && port->medFastStart == 0) {
       } else {
@@ -155,12 +182,7 @@ int lldpTxStatemachineRun(LldpPort* port) {
       if (before != TX_IDLE) txEnterIdle(port);
       break;
     case TX_SHUTDOWN_FRAME:
-      if (before != TX_SHUTDOWN_FRAME) {
-        port->txTagVid = 0;
-        lldpMibConstrShutdownLLDPDU(port);
-        lldpTxFrame(port);
-        port->txShutdownWhile = port->reinitDelay;
-      }
+      if (before != TX_SHUTDOWN_FRAME) txEnterShutdown(port);
       break;
     case TX_INFO_FRAME:
       if (port->portEnabled != 0) {
