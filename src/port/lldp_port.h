@@ -99,8 +99,8 @@ struct LldpPort {
   uint8_t tooManyNeighbors;
   uint16_t tooManyNeighborsTimer;
   uint16_t rxTTL;
-  // Receive statistics.
-  uint32_t statsRxLead[2];  // management port objects 66 and 67
+  // Receive statistics. The neighbour counts (management port objects 66
+  // and 67) are remSysTotal and remMedSysTotal below.
   uint32_t statsAgeoutsTotal;
   uint32_t statsFramesDiscardedTotal;
   uint32_t statsFramesInErrorsTotal;
@@ -151,14 +151,14 @@ struct LldpPort {
   uint32_t medTlvTxEnabled;       // first byte is the mask
   uint8_t privTlvTxSupported[2];
   uint8_t privTlvTxEnabled[2];
-  uint32_t statsTrailing[4];      // management port object 65 reads the first
+  uint32_t statsTrailing[4];      // [0]: up-time of the last counter clear (port object 65)
 
   // Receive-path working state.
   uint8_t rxResult;       // last code returned by lldpRxFrame
   uint32_t rxLldpduOffset;  // where the LLDPDU starts in rx.frame
   Msap* rxMsap;           // record built from the last frame, until the table takes it
-  uint32_t remSysTotal;
-  uint32_t remMedSysTotal;
+  uint32_t remSysTotal;     // neighbours on the port now
+  uint32_t remMedSysTotal;  // of which LLDP-MED endpoints
 
   // Per-port TLV configuration set through management (policies, location,
   // VLAN names); freed by lldpTlvCleanup.
