@@ -54,6 +54,18 @@ uint32_t lldpMedPortXPoePseGetNext(uintptr_t key, uint32_t objId, ZorValue* valu
 int lldpTxCfgSimul(uint32_t unit);
 
 // ---- Local management-address tables (lldp_mgmt_manaddr.cpp): ids 9-18 ----
+// Key record of the agent-wide table (34 bytes) and of a port's table (38
+// bytes: the same, then the port unit, unaligned, in host order).
+struct LldpManAddrKey {
+  uint8_t subtype;   // IANA address family
+  uint8_t addr[32];  // left-aligned, zero after the address
+  uint8_t len;       // address length
+};
+struct LldpPortManAddrKey {
+  LldpManAddrKey a;
+  uint8_t unit[4];
+};
+static_assert(sizeof(LldpManAddrKey) == 34 && sizeof(LldpPortManAddrKey) == 38);
 uint32_t lldpManAddrGetFirst(uintptr_t key, uint32_t objId, ZorValue* value);
 uint32_t lldpManAddrGetNext(uintptr_t key, uint32_t objId, ZorValue* value);
 uint32_t lldpManAddrGetApi(uintptr_t key, uint32_t objId, ZorValue* value);
