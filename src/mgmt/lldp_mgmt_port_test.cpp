@@ -129,8 +129,11 @@ TEST_F(PortTest, GetAnswersEachObjectInItsFormAndRefusesTheOther) {
   }
   ZorValue v = intVal();
   EXPECT_EQ(lldpPortGetApi(2, 1, &v), kNoEntry);
-  ASSERT_EQ(lldpPortEntryInit(p, LLDP_ADMIN_DISABLED), 0);
   Buf whole(512);
+  p->dot1TlvTxSupported = 0xD0;
+  EXPECT_EQ(lldpPortGetApi(1, 31, whole.p()), kInval) << "the whole list without VLAN-name support";
+  p->dot1TlvTxSupported = 0xF0;
+  ASSERT_EQ(lldpPortEntryInit(p, LLDP_ADMIN_DISABLED), 0);
   EXPECT_EQ(lldpPortGetApi(1, 31, whole.p()), kInval) << "the whole list of a disabled port";
 }
 
@@ -158,7 +161,7 @@ TEST_F(PortTest, SetFailureRowsForwardingAndTheChangeMark) {
       {"no Set", false, 1, 24, false, 1, 0, kBad, 0, true},
       {"integer as buffer", false, 1, 2, true, 1, 0, kInval, 0, true},
       {"octets as integer", false, 1, 4, false, 1, 0, kInval, 0, true},
-      {"refused forward", false, 1, 2, false, 1, 9, 9, 3 | kPortBit, true},
+      {"refused forward", false, 1, 68, false, 1, 9, 9, 3 | kPortBit, true},
       {"stored", false, 1, 2, false, 1, 0, kOk, 3 | kPortBit, true},
       {"sync", true, 1, 55, false, 1, 0, kOk, 1 | kPortBit, true},
       {"octets", false, 1, 4, true, 0x80, 0, kOk, 3 | kPortBit | kOctetsBit, true},
@@ -195,8 +198,10 @@ TEST_F(PortTest, SetFailureRowsForwardingAndTheChangeMark) {
   }
   sim::setCmdSyncResult(0);
   EXPECT_EQ((std::vector<uint32_t>{p1->notificationEnable, p1->medNotificationEnable,
-                                   p1->basicTlvTxEnabled, p1->portIdSubtype, p1->adminStatus}),
-            (std::vector<uint32_t>{1, 1, 0x80, 7, LLDP_ADMIN_TXRX}));
+                                   p1->basicTlvTxEnabled, p1->portIdSubtype, p1->adminStatus,
+                                   p1->juniperTlvTxEnable}),
+            (std::vector<uint32_t>{1, 1, 0x80, 7, LLDP_ADMIN_TXRX, 0}))
+      << "the refused forward left the Juniper switch alone";
 
   // With the agent disabled every Set is refused and marks nothing.
   gLldpInfo.globalAdminStatus = 2;

@@ -19,6 +19,7 @@
 #include "platform/zor_if.h"
 #include "port/lldp_port.h"
 #include "sync/lldp_sync.h"
+#include "tx/lldp_tx.h"
 
 // REQUIRES: nothing held; takes lldpLock.
 uint32_t _lldpScalarSetApi(uintptr_t index, uint32_t objId, ZorValue* value, uint32_t syncMode);
@@ -145,14 +146,9 @@ void applyGlobalAdmin() {
 // Every port that is not disabled takes the new timing values and sends a
 // fresh LLDPDU.
 void propagateToPorts() {
-  const LldpInfo& g = gLldpInfo;
   for (LldpPort* p = firstPort(); p != nullptr; p = nextPort(p)) {
     if (p->adminStatus == LLDP_ADMIN_DISABLED) continue;
-    p->reinitDelay = g.reinitDelay;
-    p->msgTxHold = g.msgTxHold;
-    p->msgTxInterval = g.msgTxInterval;
-    p->txDelay = g.txDelay;
-    p->medFastStartRepeatCount = g.medFastStartRepeatCount;
+    lldpTxTakeTiming(p);
     p->somethingChangedLocal = 1;
   }
 }

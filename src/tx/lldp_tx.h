@@ -37,6 +37,9 @@ constexpr uint32_t LLDP_TX_MIN_FRAME = 64;
 // ---- Transmit state machine (lldp_txsm.cpp) -------------------------------
 const char* txStateFromID(uint8_t state);
 int lldpTxInitialize(LldpPort* port);
+// The port's copies of the agent's reinitDelay, msgTxHold, msgTxInterval,
+// txDelay and medFastStartRepeatCount, taken afresh.
+void lldpTxTakeTiming(LldpPort* port);
 int lldpTxStatemachineRun(LldpPort* port);
 uint8_t txGlobalStatemachineRun(LldpPort* port);
 int lldpTxFrame(LldpPort* port);

@@ -79,14 +79,18 @@ const char* txStateFromID(uint8_t state) {
   }
 }
 
-int lldpTxInitialize(LldpPort* port) {
-  port->somethingChangedLocal = 1;
-  port->statsFramesOutTotal = 0;
+void lldpTxTakeTiming(LldpPort* port) {
   port->reinitDelay = gLldpInfo.reinitDelay;
   port->msgTxHold = gLldpInfo.msgTxHold;
   port->msgTxInterval = gLldpInfo.msgTxInterval;
   port->txDelay = gLldpInfo.txDelay;
   port->medFastStartRepeatCount = gLldpInfo.medFastStartRepeatCount;
+}
+
+int lldpTxInitialize(LldpPort* port) {
+  port->somethingChangedLocal = 1;
+  port->statsFramesOutTotal = 0;
+  lldpTxTakeTiming(port);
   port->txTagVid = 0;
   if (gLldpInfo.medDeviceType == kMedNetworkConnectivity) {
     // A network connectivity device starts MED only when the receive path
