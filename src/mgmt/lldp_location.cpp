@@ -1,0 +1,199 @@
+// LLDP-MED coordinate location codec (lldp_location.h).
+#include "mgmt/lldp_location.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr uint32_t kEinval = 22;
+
+// Field widths and places in the LCI (bit offsets from the first octet's
+// most significant bit).
+constexpr uint32_t kLatRes = 34, kLonRes = 34, kAltRes = 30;
+constexpr uint32_t kAngleInt = 9, kAngleFrac = 25, kAltInt = 22, kAltFrac = 8;
+constexpr uint32_t kLatResAt = 0, kLatAt = 6, kLonResAt = 40, kLonAt = 46;
+constexpr uint32_t kAltTypeAt = 80, kAltResAt = 84, kAltAt = 90, kDatumAt = 120;
+constexpr uint32_t kAltMeters = 1, kAltFloors = 2;
+
+// The first magnitudes the text may not give: anything smaller reads back,
+// printed with six (one) decimals, as a value that still fits its field.
+constexpr double kAngleLimit = 255.9999995;
+constexpr double kAltLimit = 2097151.95;
+
+void putBits(uint8_t* lci, uint32_t at, uint32_t n, uint64_t v) {
+  for (uint32_t i = 0; i < n; ++i) {
+    const uint32_t bit = at + i;
+    const auto mask = static_cast<uint8_t>(0x80u >> (bit % 8));
+    if ((v >> (n - 1 - i)) & 1) lci[bit / 8] |= mask;
+    else lci[bit / 8] &= static_cast<uint8_t>(~mask);
+  }
+}
+
+uint64_t getBits(const uint8_t* lci, uint32_t at, uint32_t n) {
+  uint64_t v = 0;
+  for (uint32_t i = 0; i < n; ++i) {
+    const uint32_t bit = at + i;
+    v = (v << 1) | ((lci[bit / 8] >> (7 - bit % 8)) & 1u);
+  }
+  return v;
+}
+
+uint64_t fieldMask(uint32_t bits) { return bits >= 64 ? ~0ull : (1ull << bits) - 1; }
+
+// One comma-terminated field of the text.
+struct Field {
+  const uint8_t* p;
+  uint32_t n;
+};
+
+bool startsWith(const Field& f, const char* word) {
+  const size_t w = std::strlen(word);
+  return f.n >= w && std::memcmp(f.p, word, w) == 0;
+}
+
+bool firstIs(const Field& f, char lower) { return f.p[0] == lower || f.p[0] == lower - 'a' + 'A'; }
+
+// A whole decimal number below `limit` in magnitude.
+bool number(const Field& f, double limit, double* out) {
+  char buf[LLDP_LOC_TEXT_LIMIT];
+  if (f.n >= sizeof buf) return false;
+  std::memcpy(buf, f.p, f.n);
+  buf[f.n] = '\0';
+  char* end = nullptr;
+  const double v = std::strtod(buf, &end);
+  if (end != buf + f.n || !std::isfinite(v) || !(std::fabs(v) < limit)) return false;
+  *out = v;
+  return true;
+}
+
+}  // namespace
+
+uint64_t double2hex(double value, uint32_t intBits, uint32_t fracBits) {
+  const uint32_t width = intBits + fracBits;
+  if (width == 0 || width > 63 || !std::isfinite(value)) return 0;
+  const bool negative = std::signbit(value);
+  double mag = std::fabs(value);
+  // Cut a magnitude beyond the field to it, so that the conversion below is
+  // always defined.
+  const double room = std::ldexp(1.0, static_cast<int>(intBits));
+  if (!(mag < room)) mag = std::fmod(mag, room);
+  const auto whole = static_cast<uint64_t>(mag);
+  double frac = mag - static_cast<double>(whole);
+  uint64_t bits = 0;
+  for (uint32_t i = 0; i < fracBits; ++i) {
+    frac *= 2.0;
+    bits <<= 1;
+    // Strictly greater on purpose: a rest of exactly 1.0 sets no bit and
+    // stays, so 0.5 comes out as 0111...1.
+    if (frac > 1.0) {
+      bits |= 1;
+      frac -= 1.0;
+    }
+  }
+  uint64_t out = ((whole << fracBits) | bits) & fieldMask(width);
+  if (negative) out |= 1ull << (width - 1);
+  return out;
+}
+
+double hex2double(uint64_t bits, uint32_t intBits, uint32_t fracBits) {
+  const uint32_t width = intBits + fracBits;
+  if (width == 0 || width > 63) return 0.0;
+  if (width == 30) bits &= 0xFFFFFFFFull;
+  const uint64_t sign = 1ull << (width - 1);
+  const bool negative = (bits & sign) != 0;
+  bits &= ~sign;
+  double v = static_cast<double>(bits >> fracBits);
+  double weight = 0.5;
+  // Down to bit 1 only: the lowest fraction bit is never counted.
+  for (uint32_t b = fracBits; b-- > 1; weight /= 2)
+    if ((bits >> b) & 1) v += weight;
+  return negative ? -v : v;
+}
+
+double lciFixedPrecision(uint64_t bits, uint32_t intBits, uint32_t fracBits, int* negative) {
+  const uint32_t width = intBits + fracBits;
+  int neg = 0;
+  double v = 0.0;
+  if (width != 0 && width <= 63) {
+    const uint64_t mask = fieldMask(width);
+    bits &= mask;
+    if (bits & (1ull << (width - 1))) {
+      bits = (~bits + 1) & mask;
+      neg = 1;
+    }
+    v = static_cast<double>(bits >> fracBits);
+    double weight = 0.5;
+    for (uint32_t b = fracBits; b-- > 0; weight /= 2)
+      if ((bits >> b) & 1) v += weight;
+  }
+  if (negative != nullptr) *negative = neg;
+  return v;
+}
+
+uint32_t lldpLocationEncode(const uint8_t* text, uint32_t len, uint8_t lci[LLDP_LCI_LEN]) {
+  if (text == nullptr || lci == nullptr) return kEinval;
+  if (len < LLDP_LOC_TEXT_MIN || len >= LLDP_LOC_TEXT_LIMIT) return kEinval;
+
+  Field f[7];
+  uint32_t count = 0, start = 0;
+  for (uint32_t i = 0; i < len && count < 7; ++i) {
+    if (text[i] != ',') continue;
+    f[count++] = Field{text + start, i - start};
+    start = i + 1;
+  }
+  if (count < 7) return kEinval;
+  for (const Field& x : f)
+    if (x.n == 0) return kEinval;
+
+  if (!firstIs(f[0], 'n') && !firstIs(f[0], 's')) return kEinval;
+  if (!firstIs(f[2], 'e') && !firstIs(f[2], 'w')) return kEinval;
+  double lat = 0, lon = 0, alt = 0;
+  if (!number(f[1], kAngleLimit, &lat) || !number(f[3], kAngleLimit, &lon) ||
+      !number(f[5], kAltLimit, &alt))
+    return kEinval;
+  if (firstIs(f[0], 's')) lat = -lat;
+  if (firstIs(f[2], 'w')) lon = -lon;
+  const uint32_t altType = firstIs(f[4], 'm') ? kAltMeters : kAltFloors;
+  // "nad83-mllw" before "nad83": both begin with "nad83".
+  uint32_t datum = 0;
+  if (startsWith(f[6], "wgs84")) datum = 1;
+  else if (startsWith(f[6], "nad83-mllw")) datum = 3;
+  else if (startsWith(f[6], "nad83")) datum = 2;
+  else return kEinval;
+
+  std::memset(lci, 0, LLDP_LCI_LEN);
+  putBits(lci, kLatResAt, 6, kLatRes);
+  putBits(lci, kLatAt, kAngleInt + kAngleFrac, double2hex(lat, kAngleInt, kAngleFrac));
+  putBits(lci, kLonResAt, 6, kLonRes);
+  putBits(lci, kLonAt, kAngleInt + kAngleFrac, double2hex(lon, kAngleInt, kAngleFrac));
+  putBits(lci, kAltTypeAt, 4, altType);
+  putBits(lci, kAltResAt, 6, kAltRes);
+  putBits(lci, kAltAt, kAltInt + kAltFrac, double2hex(alt, kAltInt, kAltFrac));
+  putBits(lci, kDatumAt, 8, datum);
+  return 0;
+}
+
+uint32_t lldpLocationDecode(const uint8_t lci[LLDP_LCI_LEN], char* text, uint32_t size) {
+  if (lci == nullptr || text == nullptr || size == 0) return 0;
+  const double lat = hex2double(getBits(lci, kLatAt, kAngleInt + kAngleFrac), kAngleInt, kAngleFrac);
+  const double lon = hex2double(getBits(lci, kLonAt, kAngleInt + kAngleFrac), kAngleInt, kAngleFrac);
+  const double alt = hex2double(getBits(lci, kAltAt, kAltInt + kAltFrac), kAltInt, kAltFrac);
+  const auto altType = static_cast<uint32_t>(getBits(lci, kAltTypeAt, 4));
+  const auto datum = static_cast<uint32_t>(getBits(lci, kDatumAt, 8));
+  const char* datumText = datum == 1 ? "wgs84," : datum == 2 ? "nad83," : datum == 3 ? "nad83-mllw," : "";
+  // Every value is bounded by its field, so the text fits LLDP_LOC_TEXT_ROOM.
+  char out[LLDP_LOC_TEXT_ROOM];
+  const int n = std::snprintf(out, sizeof out, "%s%.6lf,%s%.6lf,%s%.1lf,%s",
+                              std::signbit(lat) ? "south," : "north,", std::fabs(lat),
+                              std::signbit(lon) ? "west," : "east,", std::fabs(lon),
+                              altType == kAltMeters ? "meters," : "floors,", alt, datumText);
+  uint32_t len = n < 0 ? 0 : static_cast<uint32_t>(n);
+  if (len >= sizeof out) len = sizeof out - 1;
+  if (len >= size) len = size - 1;
+  std::memcpy(text, out, len);
+  text[len] = '\0';
+  return len;
+}

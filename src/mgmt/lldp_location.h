@@ -1,0 +1,63 @@
+// LLDP-MED coordinate location: the text an operator writes and the 16-octet
+// coordinate LCI (RFC 3825 layout) that the location TLV carries, both ways.
+//
+// Text: seven fields, each followed by a comma:
+//   hemisphere, latitude, east/west, longitude, altitude unit, altitude, datum
+//   e.g. "north,35.5,east,139.25,meters,12.5,wgs84,"
+// LCI, most significant bit first:
+//   bits   0-5   latitude resolution (always 34)   6-39   latitude  (9.25 fixed point)
+//   bits  40-45  longitude resolution (always 34)  46-79  longitude (9.25)
+//   bits  80-83  altitude type (1 meters, 2 floors)
+//   bits  84-89  altitude resolution (always 30)   90-119 altitude  (22.8)
+//   bits 120-127 datum (1 WGS84, 2 NAD83, 3 NAD83 with MLLW)
+// Fixed-point values are sign and magnitude: the top bit of the field is the
+// sign, not a two's complement.
+//
+// Pure functions: no state, no lock, no platform call.
+#pragma once
+
+#include <cstdint>
+
+constexpr uint32_t LLDP_LCI_LEN = 16;
+// A coordinate text is at least 36 and fewer than 68 octets long.
+constexpr uint32_t LLDP_LOC_TEXT_MIN = 36;
+constexpr uint32_t LLDP_LOC_TEXT_LIMIT = 68;
+// Room for any text lldpLocationDecode writes, terminator included.
+constexpr uint32_t LLDP_LOC_TEXT_ROOM = 80;
+
+// The fixed-point field of `intBits` integer bits (the sign bit among them)
+// and `fracBits` fraction bits: sign bit at intBits + fracBits - 1, the
+// truncated magnitude shifted left by fracBits, and fracBits fraction bits.
+// A fraction bit is set only when the doubled rest is strictly above 1.0, so
+// an exact half comes out as 0111...1. A magnitude too large for the field
+// is cut to it (the parser never hands one over); NaN and infinities give 0.
+uint64_t double2hex(double value, uint32_t intBits, uint32_t fracBits);
+// The value of such a field. Fraction bits are added from bit fracBits - 1
+// down to bit 1: bit 0 is never counted. A 30-bit field (the altitude) is
+// read from the low 32 bits of `bits` only.
+double hex2double(uint64_t bits, uint32_t intBits, uint32_t fracBits);
+// The same field read as two's complement: a set sign bit negates the whole
+// field first (then *negative is 1, else 0); the magnitude is returned with
+// every fraction bit counted.
+double lciFixedPrecision(uint64_t bits, uint32_t intBits, uint32_t fracBits, int* negative);
+
+// Parses a coordinate text of `len` octets (not terminated) into the LCI.
+// Returns 0, or 22 when the text is refused: a length outside 36..67; fewer
+// than seven commas; an empty field; a hemisphere word that does not begin
+// with n, N, s or S, or an east/west word that does not begin with e, E, w
+// or W; a number that is not a whole decimal number (as strtod reads it) or
+// is not finite, or whose magnitude reaches 255.9999995 degrees or 2097151.95
+// (altitude), the first values that would no longer read back within their
+// fields; a datum word that begins with none of "wgs84", "nad83-mllw",
+// "nad83". Any altitude-unit word selects floors unless it begins with m or
+// M (meters). Text after the seventh comma is ignored. Nothing is read
+// beyond `len` octets.
+uint32_t lldpLocationEncode(const uint8_t* text, uint32_t len, uint8_t lci[LLDP_LCI_LEN]);
+
+// The text of an LCI: "north,"/"south," and the latitude's magnitude with
+// six decimals, "east,"/"west," and the longitude's, "meters," (altitude
+// type 1) or "floors," (any other type), the altitude with one decimal, then
+// "wgs84,", "nad83," or "nad83-mllw," for datum 1, 2, 3 (nothing for any
+// other datum). Writes at most `size` octets including a terminator and
+// returns the text's length without it (0 when size is 0).
+uint32_t lldpLocationDecode(const uint8_t lci[LLDP_LCI_LEN], char* text, uint32_t size);
