@@ -24,18 +24,18 @@ const IcmFuncEntry glldpFuncMap[LLDP_FUNCMAP_COUNT] = {
     {16, lldpPortManAddrGetApi, 38},
     {17, lldpPortManAddrSetApi, 38},
     {18, lldpPortManAddrSyncApi, 38},
-    {19, nullptr, 20},  // lldpRemSysGetFirst
-    {20, nullptr, 20},  // lldpRemSysGetNext
-    {21, nullptr, 20},  // lldpRemSysGetApi
-    {22, nullptr, 53},  // lldpRemManAddrGetFirst
-    {23, nullptr, 53},  // lldpRemManAddrGetNext
-    {24, nullptr, 53},  // lldpRemManAddrGetApi
-    {25, nullptr, 0},  // lldpRemUnknownTlvGetFirst: 16 + the entry's own key
-    {26, nullptr, 0},  // lldpRemUnknownTlvGetNext: 16 + the entry's own key
-    {27, nullptr, 0},  // lldpRemUnknownTlvGetApi: 16 + the entry's own key
-    {28, nullptr, 0},  // lldpRemOrgDefInfoGetFirst: 16 + the entry's own key
-    {29, nullptr, 0},  // lldpRemOrgDefInfoGetNext: 16 + the entry's own key
-    {30, nullptr, 0},  // lldpRemOrgDefInfoGetApi: 16 + the entry's own key
+    {19, lldpRemSysGetFirst, 20},
+    {20, lldpRemSysGetNext, 20},
+    {21, lldpRemSysGetApi, 20},
+    {22, lldpRemManAddrGetFirst, 53},
+    {23, lldpRemManAddrGetNext, 53},
+    {24, lldpRemManAddrGetApi, 53},
+    {25, lldpRemUnknownTlvGetFirst, 24},
+    {26, lldpRemUnknownTlvGetNext, 24},
+    {27, lldpRemUnknownTlvGetApi, 24},
+    {28, lldpRemOrgDefInfoGetFirst, 24},
+    {29, lldpRemOrgDefInfoGetNext, 24},
+    {30, lldpRemOrgDefInfoGetApi, 24},
     {31, nullptr, 8},  // lldpDot1GetVlanNameFirst
     {32, nullptr, 8},  // lldpDot1GetVlanNameNext
     {33, nullptr, 8},  // lldpDot1VlanNameGetApi
@@ -47,21 +47,21 @@ const IcmFuncEntry glldpFuncMap[LLDP_FUNCMAP_COUNT] = {
     {39, nullptr, 8},  // lldpDot1ProtoVlanSetApi
     {40, nullptr, 8},  // lldpDot1ProtoVlanSyncApi
     {41, nullptr, 0},  // lldpDot1ProtoGetApi
-    {42, nullptr, 0},  // lldpDot1RemPpvidGetFirst: 16 + the entry's own key
-    {43, nullptr, 0},  // lldpDot1RemPpvidGetNext: 16 + the entry's own key
-    {44, nullptr, 0},  // lldpDot1RemPpvidGetApi: 16 + the entry's own key
-    {45, nullptr, 0},  // lldpDot1RemVlanNameGetFirst: 16 + the entry's own key
-    {46, nullptr, 0},  // lldpDot1RemVlanNameGetNext: 16 + the entry's own key
-    {47, nullptr, 0},  // lldpDot1RemVlanNameGetApi: 16 + the entry's own key
-    {48, nullptr, 0},  // lldpDot1RemProtoGetFirst: 16 + the entry's own key
-    {49, nullptr, 0},  // lldpDot1RemProtoGetNext: 16 + the entry's own key
-    {50, nullptr, 0},  // lldpDot1RemProtoGetApi: 16 + the entry's own key
-    {51, nullptr, 0},  // lldpMedRemMediaPolicyGetFirst: 16 + the entry's own key
-    {52, nullptr, 0},  // lldpMedRemMediaPolicyGetNext: 16 + the entry's own key
-    {53, nullptr, 0},  // lldpMedRemMediaPolicyGetApi: 16 + the entry's own key
-    {54, nullptr, 0},  // lldpMedRemLocationGetFirst: 16 + the entry's own key
-    {55, nullptr, 0},  // lldpMedRemLocationGetNext: 16 + the entry's own key
-    {56, nullptr, 0},  // lldpMedRemLocationGetApi: 16 + the entry's own key
+    {42, lldpDot1RemPpvidGetFirst, 24},
+    {43, lldpDot1RemPpvidGetNext, 24},
+    {44, lldpDot1RemPpvidGetApi, 24},
+    {45, lldpDot1RemVlanNameGetFirst, 24},
+    {46, lldpDot1RemVlanNameGetNext, 24},
+    {47, lldpDot1RemVlanNameGetApi, 24},
+    {48, lldpDot1RemProtoGetFirst, 24},
+    {49, lldpDot1RemProtoGetNext, 24},
+    {50, lldpDot1RemProtoGetApi, 24},
+    {51, lldpMedRemMediaPolicyGetFirst, 20},
+    {52, lldpMedRemMediaPolicyGetNext, 20},
+    {53, lldpMedRemMediaPolicyGetApi, 20},
+    {54, lldpMedRemLocationGetFirst, 20},
+    {55, lldpMedRemLocationGetNext, 20},
+    {56, lldpMedRemLocationGetApi, 20},
     {57, nullptr, 8},  // lldpMedMediaPolicyGetFirst
     {58, nullptr, 8},  // lldpMedMediaPolicyGetNext
     {59, nullptr, 8},  // lldpMedMediaPolicyGetApi
@@ -84,26 +84,26 @@ const IcmFuncEntry glldpFuncMap[LLDP_FUNCMAP_COUNT] = {
     {76, lldpDot3PortMfsGetNext, 8},
     {77, lldpMedPortXPoePseGetFirst, 8},
     {78, lldpMedPortXPoePseGetNext, 8},
-    {79, nullptr, 20},  // lldpMedRemPoePdGetFirst
-    {80, nullptr, 20},  // lldpMedRemPoePdGetNext
-    {81, nullptr, 20},  // lldpMedRemPoePseGetFirst
-    {82, nullptr, 20},  // lldpMedRemPoePseGetNext
-    {83, nullptr, 20},  // lldpMedRemPoeGetFirst
-    {84, nullptr, 20},  // lldpMedRemPoeGetNext
-    {85, nullptr, 20},  // lldpDot1RemPvidGetFirst
-    {86, nullptr, 20},  // lldpDot1RemPvidGetNext
-    {87, nullptr, 20},  // lldpDot3RemPortGetFirst
-    {88, nullptr, 20},  // lldpDot3RemPortGetNext
-    {89, nullptr, 20},  // lldpDot3RemPowerGetFirst
-    {90, nullptr, 20},  // lldpDot3RemPowerGetNext
-    {91, nullptr, 20},  // lldpDot3RemLinkAggGetFirst
-    {92, nullptr, 20},  // lldpDot3RemLinkAggGetNext
-    {93, nullptr, 20},  // lldpDot3RemMaxFrameGetFirst
-    {94, nullptr, 20},  // lldpDot3RemMaxFrameGetNext
-    {95, nullptr, 20},  // lldpMedRemCapGetFirst
-    {96, nullptr, 20},  // lldpMedRemCapGetNext
-    {97, nullptr, 20},  // lldpMedRemInventoryGetFirst
-    {98, nullptr, 20},  // lldpMedRemInventoryGetNext
+    {79, lldpMedRemPoePdGetFirst, 20},
+    {80, lldpMedRemPoePdGetNext, 20},
+    {81, lldpMedRemPoePseGetFirst, 20},
+    {82, lldpMedRemPoePseGetNext, 20},
+    {83, lldpMedRemPoeGetFirst, 20},
+    {84, lldpMedRemPoeGetNext, 20},
+    {85, lldpDot1RemPvidGetFirst, 20},
+    {86, lldpDot1RemPvidGetNext, 20},
+    {87, lldpDot3RemPortGetFirst, 20},
+    {88, lldpDot3RemPortGetNext, 20},
+    {89, lldpDot3RemPowerGetFirst, 20},
+    {90, lldpDot3RemPowerGetNext, 20},
+    {91, lldpDot3RemLinkAggGetFirst, 20},
+    {92, lldpDot3RemLinkAggGetNext, 20},
+    {93, lldpDot3RemMaxFrameGetFirst, 20},
+    {94, lldpDot3RemMaxFrameGetNext, 20},
+    {95, lldpMedRemCapGetFirst, 20},
+    {96, lldpMedRemCapGetNext, 20},
+    {97, lldpMedRemInventoryGetFirst, 20},
+    {98, lldpMedRemInventoryGetNext, 20},
     {99, lldpPortGetFirst, 8},
     {100, lldpPortGetNext, 8},
 };

@@ -33,6 +33,19 @@ inline void setInv(uint8_t* dst, uint8_t* len, const char* s) {
   std::memcpy(dst, s, *len);
 }
 
+// The platform objects of a plain switch, on a platform that is not reset:
+// the port "ge-0/0/5" with its description, the system MAC, name and
+// description. agentDefaults() sets them too; a test that runs a whole agent
+// calls this alone to build frames on a second port of that agent.
+inline void platformDefaults() {
+  sim::addInterface(kUnit, "ge-0/0/5", kIfIndex, kPortMac, 1522);
+  sim::setOctets(sim::Svc::Scalar, 0, 6, kSysMac);
+  sim::setString(sim::Svc::Scalar, 0, 50, "sw-core-1");
+  sim::setString(sim::Svc::Scalar, 0, 58, "LLDP agent test switch");
+  sim::setString(sim::Svc::If, kUnit, 2, "GigabitEthernet 5");
+  sim::setString(sim::Svc::If, kUnit, 4, "uplink to rack 7");
+}
+
 // Agent record and platform objects for a plain switch: system name and
 // description, the port "ge-0/0/5" with its description, standard mode.
 inline void agentDefaults() {
@@ -56,13 +69,7 @@ inline void agentDefaults() {
   gLldpInfo.globalAdminStatus = 1;
   gLldpInfo.debugFlags = 0x100;
   gLldpInfo.dataSock = zor_socket(ZOR_AF_PACKET, ZOR_SOCK_RAW, 0x88CC);
-
-  sim::addInterface(kUnit, "ge-0/0/5", kIfIndex, kPortMac, 1522);
-  sim::setOctets(sim::Svc::Scalar, 0, 6, kSysMac);
-  sim::setString(sim::Svc::Scalar, 0, 50, "sw-core-1");
-  sim::setString(sim::Svc::Scalar, 0, 58, "LLDP agent test switch");
-  sim::setString(sim::Svc::If, kUnit, 2, "GigabitEthernet 5");
-  sim::setString(sim::Svc::If, kUnit, 4, "uplink to rack 7");
+  platformDefaults();
 }
 
 // A port record with a transmit buffer of max(mtu, 64) bytes, as the port
