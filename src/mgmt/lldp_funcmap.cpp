@@ -36,17 +36,17 @@ const IcmFuncEntry glldpFuncMap[LLDP_FUNCMAP_COUNT] = {
     {28, lldpRemOrgDefInfoGetFirst, 24},
     {29, lldpRemOrgDefInfoGetNext, 24},
     {30, lldpRemOrgDefInfoGetApi, 24},
-    {31, nullptr, 8},  // lldpDot1GetVlanNameFirst
-    {32, nullptr, 8},  // lldpDot1GetVlanNameNext
-    {33, nullptr, 8},  // lldpDot1VlanNameGetApi
-    {34, nullptr, 8},  // lldpDot1VlanNameSetApi
-    {35, nullptr, 8},  // lldpDot1VlanNameSyncApi
-    {36, nullptr, 8},  // lldpDot1GetProtoVlanFirst
-    {37, nullptr, 8},  // lldpDot1GetProtoVlanNext
-    {38, nullptr, 8},  // lldpDot1ProtoVlanGetApi
-    {39, nullptr, 8},  // lldpDot1ProtoVlanSetApi
-    {40, nullptr, 8},  // lldpDot1ProtoVlanSyncApi
-    {41, nullptr, 0},  // lldpDot1ProtoGetApi
+    {31, lldpDot1GetVlanNameFirst, 8},
+    {32, lldpDot1GetVlanNameNext, 8},
+    {33, lldpDot1VlanNameGetApi, 8},
+    {34, lldpDot1VlanNameSetApi, 8},
+    {35, lldpDot1VlanNameSyncApi, 8},
+    {36, lldpDot1GetProtoVlanFirst, 8},
+    {37, lldpDot1GetProtoVlanNext, 8},
+    {38, lldpDot1ProtoVlanGetApi, 8},
+    {39, lldpDot1ProtoVlanSetApi, 8},
+    {40, lldpDot1ProtoVlanSyncApi, 8},
+    {41, lldpDot1ProtoGetApi, 0},
     {42, lldpDot1RemPpvidGetFirst, 24},
     {43, lldpDot1RemPpvidGetNext, 24},
     {44, lldpDot1RemPpvidGetApi, 24},
@@ -62,16 +62,16 @@ const IcmFuncEntry glldpFuncMap[LLDP_FUNCMAP_COUNT] = {
     {54, lldpMedRemLocationGetFirst, 20},
     {55, lldpMedRemLocationGetNext, 20},
     {56, lldpMedRemLocationGetApi, 20},
-    {57, nullptr, 8},  // lldpMedMediaPolicyGetFirst
-    {58, nullptr, 8},  // lldpMedMediaPolicyGetNext
-    {59, nullptr, 8},  // lldpMedMediaPolicyGetApi
-    {60, nullptr, 8},  // lldpMedMediaPolicySetApi
-    {61, nullptr, 8},  // lldpMedMediaPolicySyncApi
-    {62, nullptr, 8},  // lldpMedLocationGetFirst
-    {63, nullptr, 8},  // lldpMedLocationGetNext
-    {64, nullptr, 8},  // lldpMedLocationGetApi
-    {65, nullptr, 8},  // lldpMedLocationSetApi
-    {66, nullptr, 8},  // lldpMedLocationSyncApi
+    {57, lldpMedMediaPolicyGetFirst, 8},
+    {58, lldpMedMediaPolicyGetNext, 8},
+    {59, lldpMedMediaPolicyGetApi, 8},
+    {60, lldpMedMediaPolicySetApi, 8},
+    {61, lldpMedMediaPolicySyncApi, 8},
+    {62, lldpMedLocationGetFirst, 8},
+    {63, lldpMedLocationGetNext, 8},
+    {64, lldpMedLocationGetApi, 8},
+    {65, lldpMedLocationSetApi, 8},
+    {66, lldpMedLocationSyncApi, 8},
     {67, lldpDot1PortPvidGetFirst, 8},
     {68, lldpDot1PortPvidGetNext, 8},
     {69, lldpDot3PortMacphyGetFirst, 8},
