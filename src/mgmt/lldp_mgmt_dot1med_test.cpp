@@ -248,7 +248,7 @@ TEST_F(LocalTest, LocationsKeepCoordinatesAsTheirLciAndTheOtherFormatsAsGiven) {
       {1, rxtest::str("north,35.5,east,139.25,meters,12.5,wgs84"), kInval},
       {1, rxtest::str("north,35.5,east,139.25,meters,12.5,bogus,"), kInval},
       {2, Bytes(5, 0x20), kInval}, {2, Bytes(257, 0x20), kInval}, {2, Bytes(256, 0x20), kOk}, {2, civic, kOk},
-      {3, Bytes(507, '9'), kInval}, {3, elin, kOk}, {4, elin, kBad},
+      {3, Bytes(507, '9'), kInval}, {3, {}, kInval}, {3, elin, kOk}, {4, elin, kBad},
   };
   for (const auto& r : rows) {
     fresh();

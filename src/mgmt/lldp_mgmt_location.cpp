@@ -35,7 +35,8 @@ constexpr uint32_t kFormats = 3;
 constexpr uint32_t kCoordinate = 1, kCivic = 2;
 constexpr uint32_t kCivicMin = 6, kCivicMax = 256;
 // The most data a location TLV can carry (9-bit TLV length, less the OUI,
-// subtype and format octets).
+// subtype and format octets); an empty location TLV is one its receivers
+// refuse, with the whole LLDPDU.
 constexpr uint32_t kTlvDataMax = 511 - 5;
 
 bool locationSupported(const LldpPort* p) { return lldpMgmtBitTest(p->medTlvTxSupported, 2, kMedLocationBit); }
@@ -53,7 +54,8 @@ void locationClear(LldpMedLocation& loc) {
 
 // The octets to store for object 1 of a format, checked before anything is
 // forwarded: a coordinate text becomes its LCI; civic addresses need 6 to
-// 256 octets; an ELIN is taken as it is, up to what a TLV can carry.
+// 256 octets; an ELIN is taken as it is, from 1 octet up to what a TLV can
+// carry.
 uint32_t locationOctets(uint32_t format, const ZorValue* v, uint8_t lci[LLDP_LCI_LEN],
                         const uint8_t** data, uint32_t* len) {
   if (format == kCoordinate) {
@@ -64,17 +66,16 @@ uint32_t locationOctets(uint32_t format, const ZorValue* v, uint8_t lci[LLDP_LCI
     return LLDP_MGMT_OK;
   }
   if (format == kCivic && (v->len < kCivicMin || v->len > kCivicMax)) return LLDP_MGMT_EINVAL;
-  if (v->len > kTlvDataMax) return LLDP_MGMT_EINVAL;
+  if (v->len == 0 || v->len > kTlvDataMax) return LLDP_MGMT_EINVAL;
   *data = lldpMgmtBuf(v);
   *len = v->len;
   return LLDP_MGMT_OK;
 }
 
 uint32_t locationStore(LldpMedLocation& loc, const uint8_t* data, uint32_t len) {
-  // One octet at least, so that an empty ELIN still has a buffer.
-  auto* copy = static_cast<uint8_t*>(silMalloc(len > 0 ? len : 1));
+  auto* copy = static_cast<uint8_t*>(silMalloc(len));
   if (copy == nullptr) return LLDP_MGMT_ENOMEM;
-  if (len > 0) std::memcpy(copy, data, len);
+  std::memcpy(copy, data, len);
   silFree(loc.data);
   loc.data = copy;
   loc.len = static_cast<uint16_t>(len);
