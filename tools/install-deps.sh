@@ -4,7 +4,7 @@
 set -euo pipefail
 
 PKGS=(build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-      clang libclang-rt-14-dev libmnl-dev iproute2 tshark python3-scapy tcpdump)
+      clang libclang-rt-14-dev libmnl-dev libcap-dev libsystemd-dev iproute2 tshark python3-scapy tcpdump)
 
 missing=()
 for p in "${PKGS[@]}"; do
