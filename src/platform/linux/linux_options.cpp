@@ -204,6 +204,7 @@ bool optLoadFile(const std::string& path, OptError* err) {
   if (!optBuild(path, &m, err, true)) return false;
   std::lock_guard<std::mutex> g(gStoreLock);
   for (auto& [k, v] : m) gStore[k] = v;
+  gConfPath = path;
   return true;
 }
 
@@ -364,7 +365,6 @@ int procArgsInit(int argc, char** argv) {
                    err.reason.c_str());
     return -1;
   }
-  lnx::gConfPath = conf;
 
   // Without raw sockets the agent cannot do anything useful: say so at once
   // rather than through the agent's generic start-up failure.
