@@ -14,7 +14,7 @@ help:
 	@echo "make test      install missing packages, build (warnings as errors), run every test"
 	@echo "make run       build lldpagent and start it on this host with $(CONF) (root)"
 	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up"
-	@echo "make lab-down  take a kept lab away"
+	@echo "make lab-down  take a kept lab away (LAB=DIR), or every kept lab"
 	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
 	@echo "make fuzz      run the fuzz targets (received frames for FUZZ_SECONDS=60, the rest half)"
 	@echo "make bench     run the benchmarks"
@@ -41,13 +41,16 @@ test: build
 run: agent
 	@exec $(BUILD)/lldpagent -c $(CONF)
 
-# The namespace lab (lab/lab.sh): three agents in a line. KEEP=1 leaves it up.
+# The namespace lab (lab/lab.sh): three agents in a line, in a directory and
+# namespaces of their own. KEEP=1 leaves it up; lab-down takes the lab in
+# LAB=DIR away, or every kept lab.
 KEEP ?= 0
+LAB ?=
 lab: agent
 	@KEEP=$(KEEP) AGENT=$(abspath $(BUILD))/lldpagent bash lab/lab.sh up
 
 lab-down:
-	@bash lab/lab.sh down
+	@bash lab/lab.sh down $(LAB)
 
 sanitize:
 	@$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DLLDP_SANITIZE=ON -DLLDP_BENCH=OFF"
