@@ -6,13 +6,14 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 CONF ?= etc/lldp.conf
 
-.PHONY: all deps configure build agent test run sanitize fuzz bench lab lab-down clean help
+.PHONY: all deps configure build agent test run install sanitize fuzz bench lab lab-down clean help
 
 all: build
 
 help:
 	@echo "make test      install missing packages, build (warnings as errors), run every test"
 	@echo "make run       build lldpagent and start it on this host with $(CONF) (root)"
+	@echo "make install   install under PREFIX=$(PREFIX) (and DESTDIR): daemon, service, man pages"
 	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up"
 	@echo "make lab-down  take a kept lab away (LAB=DIR), or every kept lab"
 	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
@@ -40,6 +41,15 @@ test: build
 
 run: agent
 	@exec $(BUILD)/lldpagent -c $(CONF)
+
+# lldpagent in PREFIX/sbin, lldpctl in PREFIX/bin, the systemd unit, the man
+# pages, and /etc/lldp/lldp.conf when there is none; DESTDIR stages it all.
+PREFIX ?= /usr/local
+DESTDIR ?=
+install:
+	@[ -f $(BUILD)/CMakeCache.txt ] || $(MAKE) configure
+	@cmake --build $(BUILD) -j $(JOBS) --target installables
+	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
 
 # The namespace lab (lab/lab.sh): three agents in a line, in a directory and
 # namespaces of their own. KEEP=1 leaves it up; lab-down takes the lab in
