@@ -11,6 +11,7 @@ need_netns
 need_tool tshark
 need_tool tcpdump
 need_tool python3
+need_tool pgrep
 
 mkns a
 mkns b
