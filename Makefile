@@ -6,7 +6,7 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 CONF ?= etc/lldp.conf
 
-.PHONY: all deps configure build agent test run install sanitize fuzz bench lab lab-down clean help
+.PHONY: all deps configure build agent test run install deb sanitize fuzz bench lab lab-down clean help
 
 all: build
 
@@ -14,6 +14,7 @@ help:
 	@echo "make test      install missing packages, build (warnings as errors), run every test"
 	@echo "make run       build lldpagent and start it on this host with $(CONF) (root)"
 	@echo "make install   install under PREFIX=$(PREFIX) (and DESTDIR): daemon, service, man pages"
+	@echo "make deb       the same as a Debian package"
 	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up"
 	@echo "make lab-down  take a kept lab away (LAB=DIR), or every kept lab"
 	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
@@ -50,6 +51,12 @@ install:
 	@[ -f $(BUILD)/CMakeCache.txt ] || $(MAKE) configure
 	@cmake --build $(BUILD) -j $(JOBS) --target installables
 	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# The same tree as a Debian package in $(BUILD)/ (dpkg -i it).
+deb:
+	@[ -f $(BUILD)/CMakeCache.txt ] || $(MAKE) configure
+	@cmake --build $(BUILD) -j $(JOBS) --target installables
+	@cd $(BUILD) && cpack -G DEB >/dev/null && ls $(abspath $(BUILD))/lldpagent_*.deb
 
 # The namespace lab (lab/lab.sh): three agents in a line, in a directory and
 # namespaces of their own. KEEP=1 leaves it up; lab-down takes the lab in

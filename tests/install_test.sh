@@ -65,3 +65,20 @@ if command -v man >/dev/null; then
 else
   echo "note install_test: man not available, pages not rendered" >&2
 fi
+
+if command -v cpack >/dev/null && command -v dpkg-deb >/dev/null && [ -f "$BUILD/CPackConfig.cmake" ]; then
+  (cd "$TMP" && cpack -G DEB -B "$TMP/pkg" --config "$BUILD/CPackConfig.cmake" >"$TMP/cpack.out" 2>&1) ||
+    fail "cpack: $(cat "$TMP/cpack.out")"
+  deb=$(ls "$TMP"/pkg/lldpagent_*.deb 2>/dev/null | head -1)
+  [ -n "$deb" ] || fail "no package built: $(cat "$TMP/cpack.out")"
+  files=$(dpkg-deb -c "$deb" | awk '{print $6}')
+  for f in ./usr/sbin/lldpagent ./usr/lib/systemd/system/lldpagent.service ./etc/lldp/lldp.conf \
+           ./usr/share/man/man8/lldpagent.8 ./usr/share/man/man5/lldp.conf.5; do
+    grep -qx -- "$f" <<<"$files" || fail "package lacks $f"
+  done
+  [ "$(dpkg-deb -f "$deb" Package)" = lldpagent ] && dpkg-deb -f "$deb" Depends | grep -q libmnl0 ||
+    fail "package control: $(dpkg-deb -f "$deb")"
+  dpkg-deb --ctrl-tarfile "$deb" | tar -xO ./conffiles | grep -qx /etc/lldp/lldp.conf ||
+    fail "the options file is not a conffile"
+  pass "make deb: a package with the same tree, the options file a conffile"
+fi
