@@ -37,5 +37,7 @@ void procShellReady(void);
 // values all stay; the reason is logged).
 int procShellReload(void);
 // The agent is stopping: the platform logs its stop line and removes what it
-// made in the file system. The process exits right after.
+// made in the file system. The process exits with status 0 right after; a
+// platform may end it here itself (Linux does, so that no task still running
+// meets the process's teardown).
 void procShellStop(void);

@@ -190,4 +190,8 @@ void procShellStop(void) {
   const char* why = gStopSignal == SIGTERM ? "SIGTERM" : gStopSignal == SIGINT ? "SIGINT" : "request";
   logLine(std::string("lldpagent ") + LLDP_VERSION + " stopped (" + why + ")");
   lnx::cmdSocketUnlink();
+  // The tasks still run: leave without the static destructors they would
+  // race with.
+  std::fflush(nullptr);
+  ::_exit(0);
 }
