@@ -76,6 +76,9 @@ pass "options that keep no neighbour or disable every port are named in a warnin
 if command -v setpriv >/dev/null && id nobody >/dev/null 2>&1; then
   chmod 755 "$TMP"
   chmod 644 "$TMP/ok.conf"
+  # The build may sit where nobody cannot reach it (a clone in /root).
+  cp "$AGENT" "$TMP/lldpagent"
+  AGENT=$TMP/lldpagent
   ip netns exec "$(nsname a)" setpriv --reuid=nobody --regid="$(id -g nobody)" --clear-groups \
     --inh-caps=-all --bounding-set=-all timeout 10 "$AGENT" -c "$TMP/ok.conf" >"$TMP/out" 2>"$TMP/err"
   rc=$?

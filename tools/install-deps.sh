@@ -7,7 +7,7 @@ set -euo pipefail
 
 PKGS=(build-essential make cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev
       clang libclang-rt-14-dev libmnl-dev libcap-dev libsystemd-dev
-      iproute2 procps tshark python3-scapy tcpdump man-db)
+      iproute2 procps tshark python3-scapy tcpdump man-db file)
 
 missing=()
 for p in "${PKGS[@]}"; do
