@@ -6,15 +6,17 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 CONF ?= etc/lldp.conf
 
-.PHONY: all deps configure build agent test run sanitize fuzz bench lab lab-down clean help
+.PHONY: all deps configure build agent test run install deb sanitize fuzz bench lab lab-down clean help
 
 all: build
 
 help:
 	@echo "make test      install missing packages, build (warnings as errors), run every test"
 	@echo "make run       build lldpagent and start it on this host with $(CONF) (root)"
+	@echo "make install   install under PREFIX=$(PREFIX) (and DESTDIR): daemon, service, man pages"
+	@echo "make deb       the same as a Debian package"
 	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up"
-	@echo "make lab-down  take a kept lab away"
+	@echo "make lab-down  take a kept lab away (LAB=DIR), or every kept lab"
 	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
 	@echo "make fuzz      run the fuzz targets (received frames for FUZZ_SECONDS=60, the rest half)"
 	@echo "make bench     run the benchmarks"
@@ -41,13 +43,31 @@ test: build
 run: agent
 	@exec $(BUILD)/lldpagent -c $(CONF)
 
-# The namespace lab (lab/lab.sh): three agents in a line. KEEP=1 leaves it up.
+# lldpagent in PREFIX/sbin, lldpctl in PREFIX/bin, the systemd unit, the man
+# pages, and /etc/lldp/lldp.conf when there is none; DESTDIR stages it all.
+PREFIX ?= /usr/local
+DESTDIR ?=
+install:
+	@[ -f $(BUILD)/CMakeCache.txt ] || $(MAKE) configure
+	@cmake --build $(BUILD) -j $(JOBS) --target installables
+	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# The same tree as a Debian package in $(BUILD)/ (dpkg -i it).
+deb:
+	@[ -f $(BUILD)/CMakeCache.txt ] || $(MAKE) configure
+	@cmake --build $(BUILD) -j $(JOBS) --target installables
+	@cd $(BUILD) && cpack -G DEB >/dev/null && ls $(abspath $(BUILD))/lldpagent_*.deb
+
+# The namespace lab (lab/lab.sh): three agents in a line, in a directory and
+# namespaces of their own. KEEP=1 leaves it up; lab-down takes the lab in
+# LAB=DIR away, or every kept lab.
 KEEP ?= 0
+LAB ?=
 lab: agent
 	@KEEP=$(KEEP) AGENT=$(abspath $(BUILD))/lldpagent bash lab/lab.sh up
 
 lab-down:
-	@bash lab/lab.sh down
+	@bash lab/lab.sh down $(LAB)
 
 sanitize:
 	@$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DLLDP_SANITIZE=ON -DLLDP_BENCH=OFF"

@@ -1,65 +1,72 @@
 #!/usr/bin/env bash
 # The LLDP lab: three network namespaces in a line,
 #
-#     lab-a [to-b] ---- [to-a] lab-b [to-c] ---- [to-b] lab-c
+#     a [to-b] ---- [to-a] b [to-c] ---- [to-b] c
 #
 # joined by veth links, one lldpagent in each with its own options file,
 # command socket and log. Waits until the agents have learnt each other,
 # prints what each one learnt (from its trace lines), and takes everything
 # away again, also on Ctrl-C or failure.
 #
-#   lab/lab.sh up      build the lab, show it, take it down (KEEP=1: leave it running)
-#   lab/lab.sh down    take a running lab away
+# Each run has a directory of its own (mktemp, under $TMPDIR or /tmp) and
+# namespaces named after it (lldplab-<id>-a ...), so labs can run side by
+# side; nothing is left behind unless KEEP=1 asks for it.
+#
+#   lab/lab.sh up          build the lab, show it, take it down (KEEP=1: leave it running)
+#   lab/lab.sh down [DIR]  take a kept lab away (every kept lab when no DIR is named)
 #
 # Needs root and iproute2. Never touches the host's own interfaces.
 set -u
 
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 AGENT=${AGENT:-${LLDP_BUILD_DIR:-$ROOT/build}/lldpagent}
-DIR=${LAB_DIR:-/tmp/lldplab}
 KEEP=${KEEP:-0}
 WAIT=${WAIT:-90}
 NODES="a b c"
-
-ns() { echo "lldplab-$1"; }
-
-down() {
-  if [ -d "$DIR" ]; then
-    for f in "$DIR"/*.pid; do
-      [ -e "$f" ] || continue
-      pid=$(cat "$f")
-      kill "$pid" 2>/dev/null
-    done
-    sleep 0.3
-    for f in "$DIR"/*.pid; do
-      [ -e "$f" ] || continue
-      kill -9 "$(cat "$f")" 2>/dev/null
-      rm -f "$f"
-    done
-  fi
-  for n in $NODES; do
-    ip netns del "$(ns "$n")" 2>/dev/null
-  done
-  return 0
-}
+BASE=${TMPDIR:-/tmp}
 
 fail() {
   echo "lab: $*" >&2
   exit 1
 }
 
+# down_dir DIR: stops the agents of the lab in DIR, deletes its namespaces
+# and the directory.
+down_dir() {
+  local dir=$1 f pid n id
+  [ -f "$dir/lab.id" ] || return 0
+  id=$(cat "$dir/lab.id")
+  for f in "$dir"/*.pid; do
+    [ -e "$f" ] || continue
+    pid=$(cat "$f")
+    kill "$pid" 2>/dev/null
+  done
+  # The agents send their shutdown LLDPDUs and leave within about a second.
+  for _ in $(seq 30); do
+    alive=0
+    for f in "$dir"/*.pid; do [ -e "$f" ] && kill -0 "$(cat "$f")" 2>/dev/null && alive=1; done
+    [ $alive = 0 ] && break
+    sleep 0.1
+  done
+  for f in "$dir"/*.pid; do
+    [ -e "$f" ] || continue
+    kill -9 "$(cat "$f")" 2>/dev/null
+  done
+  for n in $NODES; do ip netns del "lldplab-$id-$n" 2>/dev/null; done
+  rm -rf "$dir"
+}
+
 up() {
   [ "$(id -u)" -eq 0 ] || fail "needs root (network namespaces)"
   command -v ip >/dev/null || fail "needs iproute2 (ip)"
   [ -x "$AGENT" ] || fail "no agent at $AGENT (run make build first)"
-  for n in $NODES; do
-    ip netns list | grep -qw "$(ns "$n")" && fail "a lab is already running (make lab-down)"
-  done
 
-  trap 'down; exit 130' INT TERM
-  trap '[ "$KEEP" = 1 ] && [ "${ok:-0}" = 1 ] || down' EXIT
-  mkdir -p "$DIR"
-  rm -f "$DIR"/*.log "$DIR"/*.sock
+  DIR=$(mktemp -d "$BASE/lldplab.XXXXXX") || fail "cannot make a directory in $BASE"
+  ID=${DIR##*.}
+  ns() { echo "lldplab-$ID-$1"; }
+  echo "$ID" >"$DIR/lab.id"
+  trap 'down_dir "$DIR"; exit 130' INT TERM
+  trap '[ "$KEEP" = 1 ] && [ "${ok:-0}" = 1 ] || down_dir "$DIR"' EXIT
 
   for n in $NODES; do
     ip netns add "$(ns "$n")" || fail "cannot create namespace $(ns "$n")"
@@ -114,14 +121,32 @@ EOF
   [ "${done_all}" = 1 ] || fail "not every agent learnt its neighbours within ${WAIT}s (logs in $DIR)"
   ok=1
   if [ "$KEEP" = 1 ]; then
-    echo "lab: left running (logs and sockets in $DIR); 'make lab-down' takes it away"
+    echo "lab: left running in $DIR; each agent:"
+    for n in $NODES; do
+      echo "  lab-$n  namespace $(ns "$n")  command socket $DIR/$n.sock  log $DIR/$n.log"
+      echo "         a shell beside it: ip netns exec $(ns "$n") bash"
+    done
+    echo "lab: 'make lab-down LAB=$DIR' (or lab/lab.sh down $DIR) takes it away"
   else
     echo "lab: taking it down"
   fi
 }
 
+down() {
+  local d
+  if [ $# -gt 0 ]; then
+    [ -f "$1/lab.id" ] || fail "$1 is not a running lab"
+    down_dir "$1"
+    return 0
+  fi
+  for d in "$BASE"/lldplab.*; do
+    [ -f "$d/lab.id" ] && echo "lab: taking $d away" && down_dir "$d"
+  done
+  return 0
+}
+
 case "${1:-up}" in
   up) up ;;
-  down) down ;;
-  *) echo "usage: $0 [up|down]" >&2; exit 2 ;;
+  down) shift; down "$@" ;;
+  *) echo "usage: $0 [up | down [DIR]]" >&2; exit 2 ;;
 esac

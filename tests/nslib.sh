@@ -82,7 +82,8 @@ veth() {
 }
 
 # start_agent NS NAME MASK [extra option lines...]: starts lldpagent in NS
-# with its own options file, command socket and log ($TMP/NAME.log).
+# with its own options file, command socket and log ($TMP/NAME.log). An empty
+# MASK leaves the trace mask at its default.
 start_agent() {
   local ns=$1 name=$2 mask=$3
   shift 3
@@ -94,7 +95,7 @@ start_agent() {
     echo "host.cmdsocket = $TMP/$name.sock"
     for l in "$@"; do echo "$l"; done
   } >"$TMP/$name.conf"
-  ip netns exec "$(nsname "$ns")" "$AGENT" -c "$TMP/$name.conf" -d "$mask" >"$TMP/$name.log" 2>&1 &
+  ip netns exec "$(nsname "$ns")" "$AGENT" -c "$TMP/$name.conf" ${mask:+-d "$mask"} >"$TMP/$name.log" 2>&1 &
   local pid=$!
   PIDS+=("$pid")
   eval "PID_$name=$pid"

@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the agent needs to build and test. Only what is
-# missing is installed; run as root (CI and the quick start do).
+# missing is installed; run as root (CI and the quick start, ./setup.sh, do).
+# Works on a bare Debian 12 (debootstrap --variant=minbase): nothing but
+# apt-get and dpkg is assumed.
 set -euo pipefail
 
-PKGS=(build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-      clang libclang-rt-14-dev libmnl-dev iproute2 tshark python3-scapy tcpdump)
+PKGS=(build-essential make cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+      clang libclang-rt-14-dev libmnl-dev libcap-dev libsystemd-dev
+      iproute2 procps tshark python3-scapy tcpdump man-db file)
 
 missing=()
 for p in "${PKGS[@]}"; do

@@ -194,8 +194,10 @@ void newLinkAttrs(const MsgView& m, uint32_t unit, LldpPort* port) {
         bool ok = false;
         if (aggKindBit(attr, &ok)) {
           // Unlike a registration, this does not look at globalAdminStatus.
-          if (LldpPort* fresh = lldpPortEntryAdd(unit))
+          if (LldpPort* fresh = lldpPortEntryAdd(unit)) {
             lldpPortEntryInit(fresh, gLldpInfo.dflPortMode);
+            lldpDaemonPortAdded(fresh);
+          }
         }
         return;
       }
@@ -226,9 +228,11 @@ void newLink(const MsgView& m) {
   if (m.body(3) == 0xFFFFFFFFu) {
     if (port != nullptr) return;
     LLDP_TRACE(LLDP_TRC_EVENT, "port %s REGISTER\r\n", lldpPortName(unit).s);
-    if (LldpPort* fresh = lldpPortEntryAdd(unit))
+    if (LldpPort* fresh = lldpPortEntryAdd(unit)) {
       lldpPortEntryInit(fresh, gLldpInfo.globalAdminStatus == 1 ? gLldpInfo.dflPortMode
                                                                 : LLDP_ADMIN_DISABLED);
+      lldpDaemonPortAdded(fresh);
+    }
     return;
   }
   newLinkAttrs(m, unit, port);

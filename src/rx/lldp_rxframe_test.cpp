@@ -41,6 +41,9 @@ std::vector<RejectCase> rejectCases() {
   return v;
 }
 
+// Test listings and failures show the case by its name, not its bytes.
+void PrintTo(const RejectCase& c, std::ostream* os) { *os << c.name; }
+
 class Reject : public ::testing::TestWithParam<RejectCase> {};
 
 TEST_P(Reject, ResultCodeCountersAndTrace) {

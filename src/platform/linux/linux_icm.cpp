@@ -155,6 +155,8 @@ void cmdSocketUnlink() {
   if (gSockPath[0]) ::unlink(gSockPath);
 }
 
+std::string cmdSocketPath() { return gSockPath; }
+
 }  // namespace lnx
 
 int icmProcTcpInit(const char* taskName, const char* path, const IcmFuncEntry* table,
@@ -189,7 +191,7 @@ int icmProcTcpInit(const char* taskName, const char* path, const IcmFuncEntry* t
   }
   std::memcpy(lnx::gSockPath, p.c_str(), p.size() + 1);
   std::thread([lfd, table, count, name = std::string(taskName ? taskName : "cmd")] {
-    pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
+    lnx::nameThisThread(name);
     lnx::serverLoop(lfd, table, count);
   }).detach();
   return 0;

@@ -344,6 +344,7 @@ void dumpDone(NlCtx* ctx) {
 }
 
 void netlinkThread(int outFd, mnl_socket* nl) {
+  nameThisThread("link");
   NlCtx ctx{outFd, true, {}, false};
   uint32_t seq = 1;
   std::vector<char> buf(1 << 16);

@@ -1,19 +1,23 @@
 // The options file and the daemon's command line.
 //
 // The file is `key = value` lines; `#` starts a comment anywhere on a line.
-// It is read once by procArgsInit before the agent starts; silOptRead then
-// answers from memory. An unknown key is a warning (a typo must not pass
-// silently), a line that is not `key = value` is fatal.
+// It is read by procArgsInit before the agent starts, and again on a reload
+// (SIGHUP), when only the options that can change at run time take their new
+// values; silOptRead answers from memory. An unknown key is a warning (a typo
+// must not pass silently), a line that is not `key = value` is fatal.
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <map>
+#include <mutex>
 #include <sstream>
 
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/linux_platform.h"
@@ -27,10 +31,14 @@
 namespace lnx {
 namespace {
 
-std::map<std::string, std::string>& store() {
-  static std::map<std::string, std::string> s;
-  return s;
-}
+using OptMap = std::map<std::string, std::string>;
+
+// The running options. Written at start, and again by a reload while the
+// agent's tasks read them, so every access takes the lock.
+std::mutex gStoreLock;
+OptMap gStore;
+// What the command line set (-d, -s): it wins over the file, also on reload.
+OptMap gOverrides;
 
 const char* const kKnownKeys[] = {
     // The agent's own start-up options.
@@ -45,6 +53,19 @@ const char* const kKnownKeys[] = {
     "host.vlanfilter", "host.tpid", "host.mautype", "host.bondmembers", "host.poe",
     "host.poeclass", "host.poepriority", "host.poepairs", "host.medpowertype",
     "host.psepowersource", "host.voicevlan", "host.voicepriority", "host.voicedscp", "host.stackpeers",
+    "host.notify", "host.user",
+};
+
+// Options whose new value takes effect in a running agent: the platform or
+// the agent reads them again whenever it needs them. Every other change waits
+// for a restart.
+const char* const kRunTimeKeys[] = {
+    "lldp.debugflags", "host.sysname", "host.sysdescr", "host.mgmtaddr", "host.syslog", "host.notify",
+};
+
+// Linux's own defaults for options the agent reads.
+const std::pair<const char*, const char*> kDefaults[] = {
+    {"host.notify", "true"},  // a neighbour change is a log line
 };
 
 std::string trim(const std::string& s) {
@@ -65,10 +86,84 @@ bool validKey(const std::string& k) {
 
 std::string gConfPath = "/etc/lldp/lldp.conf";
 
+// Reads the whole file. Anything but a readable regular file (or a pipe) is
+// an error with the reason.
+bool readWholeFile(const std::string& path, std::string* text, std::string* why) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    *why = std::strerror(errno);
+    return false;
+  }
+  struct stat st{};
+  if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+    ::close(fd);
+    *why = std::strerror(EISDIR);
+    return false;
+  }
+  text->clear();
+  char buf[4096];
+  for (;;) {
+    const ssize_t n = ::read(fd, buf, sizeof buf);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      *why = std::strerror(errno);
+      ::close(fd);
+      return false;
+    }
+    if (n == 0) break;
+    text->append(buf, static_cast<size_t>(n));
+  }
+  ::close(fd);
+  return true;
+}
+
+// File, then Linux's defaults for what the file leaves out, then the command
+// line. The trace mask is stored as the decimal number the agent reads.
+bool optBuild(const std::string& path, OptMap* out, OptError* err, bool printWarnings) {
+  std::string text, why;
+  if (!readWholeFile(path, &text, &why)) {
+    *err = {path, 0, why};
+    return false;
+  }
+  std::vector<std::pair<std::string, std::string>> kv;
+  std::vector<OptError> errors, warnings;
+  if (!optParse(text, path, &kv, &errors, &warnings)) {
+    *err = errors.front();
+    return false;
+  }
+  if (printWarnings)
+    for (const auto& w : warnings)
+      std::fprintf(stderr, "lldpagent: warning: %s:%d: %s\n", w.file.c_str(), w.line,
+                   w.reason.c_str());
+  OptMap m;
+  for (const auto& [k, v] : kv) m[k] = v;
+  for (const auto& [k, v] : kDefaults)
+    if (!m.count(k)) m[k] = v;
+  auto debug = m.find("lldp.debugflags");
+  if (debug != m.end()) {
+    char* end = nullptr;
+    const unsigned long mask = std::strtoul(debug->second.c_str(), &end, 0);
+    if (debug->second.empty() || !end || *end != '\0') {
+      *err = {path, -1, "lldp.debugflags needs a number, not '" + debug->second + "'"};
+      return false;
+    }
+    debug->second = std::to_string(mask);
+  }
+  for (const auto& [k, v] : gOverrides) m[k] = v;
+  *out = std::move(m);
+  return true;
+}
+
 }  // namespace
 
 bool optKnownKey(const std::string& key) {
   for (const char* k : kKnownKeys)
+    if (key == k) return true;
+  return false;
+}
+
+bool optRunTimeKey(const std::string& key) {
+  for (const char* k : kRunTimeKeys)
     if (key == k) return true;
   return false;
 }
@@ -105,36 +200,67 @@ bool optParse(const std::string& text, const std::string& file,
 }
 
 bool optLoadFile(const std::string& path, OptError* err) {
-  std::ifstream f(path);
-  if (!f) {
-    *err = {path, 0, std::strerror(errno)};
-    return false;
-  }
-  std::stringstream ss;
-  ss << f.rdbuf();
-  if (f.bad()) {
-    *err = {path, 0, "read error"};
-    return false;
-  }
-  std::vector<std::pair<std::string, std::string>> kv;
-  std::vector<OptError> errors, warnings;
-  if (!optParse(ss.str(), path, &kv, &errors, &warnings)) {
-    *err = errors.front();
-    return false;
-  }
-  for (const auto& w : warnings)
-    std::fprintf(stderr, "lldpagent: warning: %s:%d: %s\n", w.file.c_str(), w.line,
-                 w.reason.c_str());
-  for (const auto& [k, v] : kv) store()[k] = v;
+  OptMap m;
+  if (!optBuild(path, &m, err, true)) return false;
+  std::lock_guard<std::mutex> g(gStoreLock);
+  for (auto& [k, v] : m) gStore[k] = v;
+  gConfPath = path;
   return true;
 }
 
-void optSet(const std::string& key, const std::string& value) { store()[key] = value; }
-void optClear() { store().clear(); }
+std::vector<OptChange> optDiff(const std::map<std::string, std::string>& before,
+                               const std::map<std::string, std::string>& after) {
+  std::vector<OptChange> out;
+  auto note = [&out](const std::string& key, const std::string* b, const std::string* a) {
+    OptChange c;
+    c.key = key;
+    c.hadBefore = b != nullptr;
+    c.hasAfter = a != nullptr;
+    if (b) c.before = *b;
+    if (a) c.after = *a;
+    c.runTime = optRunTimeKey(key);
+    out.push_back(std::move(c));
+  };
+  for (const auto& [k, v] : before) {
+    auto it = after.find(k);
+    if (it == after.end()) note(k, &v, nullptr);
+    else if (it->second != v) note(k, &v, &it->second);
+  }
+  for (const auto& [k, v] : after)
+    if (!before.count(k)) note(k, nullptr, &v);
+  std::sort(out.begin(), out.end(),
+            [](const OptChange& x, const OptChange& y) { return x.key < y.key; });
+  return out;
+}
+
+bool optReload(std::vector<OptChange>* changes, OptError* err) {
+  OptMap fresh;
+  if (!optBuild(gConfPath, &fresh, err, true)) return false;
+  std::lock_guard<std::mutex> g(gStoreLock);
+  *changes = optDiff(gStore, fresh);
+  for (const auto& c : *changes) {
+    if (!c.runTime) continue;  // the running value stays until a restart
+    if (c.hasAfter) gStore[c.key] = c.after;
+    else gStore.erase(c.key);
+  }
+  return true;
+}
+
+const std::string& optFilePath() { return gConfPath; }
+
+void optSet(const std::string& key, const std::string& value) {
+  std::lock_guard<std::mutex> g(gStoreLock);
+  gStore[key] = value;
+}
+void optClear() {
+  std::lock_guard<std::mutex> g(gStoreLock);
+  gStore.clear();
+}
 
 bool optGet(const std::string& key, std::string* value) {
-  auto it = store().find(key);
-  if (it == store().end()) return false;
+  std::lock_guard<std::mutex> g(gStoreLock);
+  auto it = gStore.find(key);
+  if (it == gStore.end()) return false;
   if (value) *value = it->second;
   return true;
 }
@@ -178,20 +304,21 @@ namespace {
 
 void usage(FILE* to) {
   std::fprintf(to,
-               "usage: lldpagent [-c FILE] [-d MASK] [--help] [--version]\n"
+               "usage: lldpagent [-c FILE] [-d MASK] [-s PATH] [--help] [--version]\n"
                "  -c FILE    options file (default /etc/lldp/lldp.conf)\n"
-               "  -d MASK    trace classes to switch on, e.g. 0x1ff (see docs/options.md)\n"
+               "  -d MASK    trace classes to switch on, e.g. 0x1ff (see lldp.conf(5))\n"
+               "  -s PATH    command socket (overrides host.cmdsocket)\n"
                "  --help     show this text\n"
                "  --version  show the version\n"
-               "The agent stays in the foreground and logs to standard error.\n");
+               "The agent stays in the foreground and logs to standard error.\n"
+               "SIGTERM or SIGINT stop it, SIGHUP re-reads the options file.\n");
 }
 
 }  // namespace
 
 int procArgsInit(int argc, char** argv) {
   std::string conf = lnx::gConfPath;
-  std::string debug;
-  bool haveDebug = false;
+  lnx::gOverrides.clear();
   for (int i = 1; i < argc; ++i) {
     const std::string a = argv[i];
     if (a == "--help" || a == "-h") {
@@ -202,21 +329,24 @@ int procArgsInit(int argc, char** argv) {
       std::printf("lldpagent %s\n", LLDP_VERSION);
       return 1;
     }
-    if ((a == "-c" || a == "-d") && i + 1 >= argc) {
+    if ((a == "-c" || a == "-d" || a == "-s") && i + 1 >= argc) {
       std::fprintf(stderr, "lldpagent: option %s needs an argument\n", a.c_str());
       return -1;
     }
     if (a == "-c") {
       conf = argv[++i];
     } else if (a == "-d") {
-      debug = argv[++i];
+      const std::string debug = argv[++i];
       char* end = nullptr;
-      std::strtoul(debug.c_str(), &end, 0);
+      const unsigned long mask = std::strtoul(debug.c_str(), &end, 0);
       if (debug.empty() || !end || *end != '\0') {
         std::fprintf(stderr, "lldpagent: -d needs a number, not '%s'\n", debug.c_str());
         return -1;
       }
-      haveDebug = true;
+      // The agent reads the mask as a decimal number.
+      lnx::gOverrides["lldp.debugflags"] = std::to_string(mask);
+    } else if (a == "-s") {
+      lnx::gOverrides["host.cmdsocket"] = argv[++i];
     } else {
       std::fprintf(stderr, "lldpagent: unknown argument '%s' (try --help)\n", a.c_str());
       return -1;
@@ -228,26 +358,12 @@ int procArgsInit(int argc, char** argv) {
     if (err.line > 0)
       std::fprintf(stderr, "lldpagent: %s:%d: %s\n", err.file.c_str(), err.line,
                    err.reason.c_str());
+    else if (err.line < 0)
+      std::fprintf(stderr, "lldpagent: %s: %s\n", err.file.c_str(), err.reason.c_str());
     else
       std::fprintf(stderr, "lldpagent: cannot read options file %s: %s\n", err.file.c_str(),
                    err.reason.c_str());
     return -1;
-  }
-  lnx::gConfPath = conf;
-  std::string fileDebug;
-  if (lnx::optGet("lldp.debugflags", &fileDebug)) {
-    char* end = nullptr;
-    const unsigned long m = std::strtoul(fileDebug.c_str(), &end, 0);
-    if (fileDebug.empty() || !end || *end != '\0') {
-      std::fprintf(stderr, "lldpagent: %s: lldp.debugflags needs a number, not '%s'\n",
-                   conf.c_str(), fileDebug.c_str());
-      return -1;
-    }
-    lnx::optSet("lldp.debugflags", std::to_string(m));
-  }
-  if (haveDebug) {
-    // The agent reads the mask as a decimal number.
-    lnx::optSet("lldp.debugflags", std::to_string(std::strtoul(debug.c_str(), nullptr, 0)));
   }
 
   // Without raw sockets the agent cannot do anything useful: say so at once
@@ -259,6 +375,15 @@ int procArgsInit(int argc, char** argv) {
     return -1;
   }
   ::close(probe);
-  lnx::logUseSyslog(lnx::optBool("host.syslog", false));
+  lnx::logUseSyslog(lnx::optString("host.syslog", ""));
+  // Before any thread exists, so that every thread runs as the user.
+  std::string user;
+  if (lnx::optGet("host.user", &user) && !user.empty()) {
+    std::string why;
+    if (!lnx::privDrop(user, &why)) {
+      std::fprintf(stderr, "lldpagent: host.user %s: %s\n", user.c_str(), why.c_str());
+      return -1;
+    }
+  }
   return 0;
 }

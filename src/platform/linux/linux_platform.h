@@ -2,12 +2,13 @@
 // kept by the routing-netlink thread, the platform message encoder and the
 // command-server framing. Nothing above src/platform/ includes this header.
 //
-// Locks: the options store is written once before any thread starts and is
-// read-only afterwards. The link table has its own mutex (linkTableLock); the
+// Locks: the options store has its own mutex (a reload writes it while the
+// agent's tasks read it); its accessors take it and hand out copies. The link table has its own mutex (linkTableLock); the
 // accessors below take it themselves and hand out copies.
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,7 @@ namespace lnx {
 // ---- Options file ----------------------------------------------------------
 struct OptError {
   std::string file;
-  int line = 0;  // 0 when the file itself could not be read
+  int line = 0;  // 0 when the file itself could not be read, -1 for a bad value
   std::string reason;
 };
 
@@ -28,9 +29,29 @@ struct OptError {
 bool optParse(const std::string& text, const std::string& file,
               std::vector<std::pair<std::string, std::string>>* out,
               std::vector<OptError>* errors, std::vector<OptError>* warnings);
-// Loads the options file into the store. Returns false (with *err) when the
-// file cannot be read or is malformed; unknown keys are printed as warnings.
+// Loads the options file into the store, with Linux's defaults for what it
+// leaves out and the command line's values over it. Returns false (with *err)
+// when the file cannot be read (a directory cannot) or is malformed; unknown
+// keys are printed as warnings.
 bool optLoadFile(const std::string& path, OptError* err);
+// The file the options came from.
+const std::string& optFilePath();
+// True for the options whose new value takes effect without a restart.
+bool optRunTimeKey(const std::string& key);
+// One option that differs between two sets of options.
+struct OptChange {
+  std::string key;
+  bool hadBefore = false, hasAfter = false;
+  std::string before, after;
+  bool runTime = false;  // optRunTimeKey(key)
+};
+// The differences, in key order.
+std::vector<OptChange> optDiff(const std::map<std::string, std::string>& before,
+                               const std::map<std::string, std::string>& after);
+// Reads the options file again. The run-time options take their new values;
+// the others keep the running ones. Fills *changes with every difference.
+// Returns false (with *err, store untouched) when the file is unusable.
+bool optReload(std::vector<OptChange>* changes, OptError* err);
 // Sets (or replaces) one option in the store.
 void optSet(const std::string& key, const std::string& value);
 void optClear();
@@ -133,9 +154,11 @@ void cmdAddU32(std::vector<uint8_t>& b, uint32_t v);
 // (> 0), 0 when more bytes are needed, -1 when the request is malformed.
 long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req);
 std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req);
-// Runs one request against a handler table and returns the reply bytes.
-// Removes the command socket's path (at exit; async-signal-safe).
+// Removes the command socket's path (at exit).
 void cmdSocketUnlink();
+// The command socket's path, empty when the server did not start.
+std::string cmdSocketPath();
+// Runs one request against a handler table and returns the reply bytes.
 std::vector<uint8_t> cmdExecute(const void* table, uint32_t count, const CmdRequest& req);
 
 // ---- Stack peers (linux_stack.cpp) --------------------------------------------
@@ -148,8 +171,22 @@ bool stackRequest(uintptr_t index, uint32_t cmdId, const ZorValue* value, const 
 // Waits (up to 5 s) until every queued command has been delivered.
 void stackDrain();
 
+// ---- Process (linux_proc.cpp) ------------------------------------------------
+// Names the calling thread after an agent task: "lldpagent:" and the task's
+// name without its "lldp" and "task" ends ("lldptask" -> "lldpagent:task",
+// "lldpcmdtask" -> "lldpagent:cmd"), cut to the kernel's 15 characters.
+std::string threadName(const std::string& task);
+void nameThisThread(const std::string& task);
+// Becomes the user `user` (its group and supplementary groups), keeping only
+// CAP_NET_RAW; must run before the first thread starts. False with the reason
+// when that is not possible.
+bool privDrop(const std::string& user, std::string* why);
+
 // ---- Logging ------------------------------------------------------------------
-void logUseSyslog(bool on);
+// host.syslog: "" or a false value: standard error only; a true value: also
+// the system log at /dev/log; a path: also the syslog socket at that path.
+// When the system log cannot be reached this says so once on standard error.
+void logUseSyslog(const std::string& how);
 // Formats a time stamp and module name and writes complete lines.
 void logWrite(uint32_t module, const char* text);
 

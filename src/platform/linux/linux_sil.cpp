@@ -1,5 +1,6 @@
 // Operating-system layer on Linux: tasks as threads, semaphores as recursive
-// mutexes, the heap, the monotonic clock, signals and the process shell.
+// mutexes, the heap, the monotonic clock and the fatal signals (the stop and
+// reload signals are linux_proc.cpp's).
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -13,7 +14,6 @@
 
 #include <execinfo.h>
 #include <pthread.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include "platform/linux/linux_platform.h"
@@ -45,8 +45,7 @@ const uint64_t gStartMs = monoMsNow();
 
 void* taskMain(void* arg) {
   auto* t = static_cast<TaskRec*>(arg);
-  // Thread names are limited to 15 characters by the kernel.
-  pthread_setname_np(pthread_self(), t->name.substr(0, 15).c_str());
+  lnx::nameThisThread(t->name);
   t->entry();
   return nullptr;
 }
@@ -67,13 +66,6 @@ void onFatalSignal(int sig) {
   backtrace_symbols_fd(frames, depth, 2);
   std::signal(sig, SIG_DFL);
   ::raise(sig);
-}
-
-void onTerminate(int) {
-  // No orderly shutdown in the agent: the platform removes what it created in
-  // the file system and leaves.
-  lnx::cmdSocketUnlink();
-  _exit(0);
 }
 
 }  // namespace
@@ -197,17 +189,3 @@ void silCatchSegFault(void) {
 }
 
 void silIgnoreSignal(int signo) { std::signal(signo, SIG_IGN); }
-
-void patchSignalHandler(void) {
-  struct sigaction sa{};
-  sa.sa_handler = onTerminate;
-  sigemptyset(&sa.sa_mask);
-  sigaction(SIGTERM, &sa, nullptr);
-  sigaction(SIGINT, &sa, nullptr);
-  sigaction(SIGHUP, &sa, nullptr);
-}
-
-int procShellInit(const char* name, uint32_t /*a*/, uint32_t /*b*/) {
-  if (name) prctl(PR_SET_NAME, name, 0, 0, 0);
-  return 0;
-}

@@ -121,6 +121,7 @@ long deliver(std::map<std::string, int>& conns, const Job& job) {
 }
 
 void forwarder() {
+  nameThisThread("stack");
   std::map<std::string, int> conns;
   for (;;) {
     Job job;

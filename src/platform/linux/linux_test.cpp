@@ -4,6 +4,8 @@
 // a real Unix socket). The daemon run end to end is in tests/*_test.sh.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -115,6 +117,79 @@ TEST_F(LinuxPlatform, OptionsFileParsing) {
   EXPECT_FALSE(lnx::optLoadFile(path, &err));
   EXPECT_EQ(err.line, 2);
   unlink(path);
+}
+
+// Writes text to a fresh file and returns its path.
+std::string writeTemp(const std::string& text, const std::string& path = "") {
+  std::string p = path;
+  if (p.empty()) {
+    char tmpl[] = "/tmp/lldp-opt-XXXXXX";
+    const int fd = mkstemp(tmpl);
+    EXPECT_GE(fd, 0);
+    close(fd);
+    p = tmpl;
+  }
+  FILE* f = std::fopen(p.c_str(), "w");
+  EXPECT_NE(f, nullptr);
+  std::fputs(text.c_str(), f);
+  std::fclose(f);
+  return p;
+}
+
+TEST_F(LinuxPlatform, OptionsFileMustBeAReadableFile) {
+  lnx::OptError err;
+  EXPECT_FALSE(lnx::optLoadFile("/tmp", &err));
+  EXPECT_EQ(err.line, 0);
+  EXPECT_EQ(err.reason, std::strerror(EISDIR));
+  // An empty file is fine and brings Linux's defaults.
+  const std::string path = writeTemp("");
+  ASSERT_TRUE(lnx::optLoadFile(path, &err));
+  EXPECT_EQ(lnx::optString("host.notify", ""), "true");
+  EXPECT_EQ(lnx::optFilePath(), path);
+  writeTemp("lldp.debugflags = 0x1z\n", path);
+  EXPECT_FALSE(lnx::optLoadFile(path, &err));
+  EXPECT_EQ(err.line, -1);
+  EXPECT_NE(err.reason.find("0x1z"), std::string::npos);
+  unlink(path.c_str());
+}
+
+TEST_F(LinuxPlatform, ReloadTakesRunTimeOptionsAndKeepsTheOthers) {
+  const std::string path = writeTemp(
+      "host.sysname = before\nlldp.maxifnum = 8\nhost.pvid = 3\nlldp.debugflags = 0x100\n");
+  lnx::OptError err;
+  ASSERT_TRUE(lnx::optLoadFile(path, &err));
+  writeTemp("host.sysname = after\nlldp.maxifnum = 16\nhost.mgmtaddr = 192.0.2.9\n"
+            "lldp.debugflags = 0x121\nhost.notify = false\n", path);
+  std::vector<lnx::OptChange> changes;
+  ASSERT_TRUE(lnx::optReload(&changes, &err));
+  std::vector<std::string> got;
+  for (const auto& c : changes)
+    got.push_back(c.key + (c.runTime ? " run" : " restart") + (c.hadBefore ? " " + c.before : " -") +
+                  (c.hasAfter ? " " + c.after : " -"));
+  EXPECT_EQ(got, (std::vector<std::string>{
+                     "host.mgmtaddr run - 192.0.2.9", "host.notify run true false",
+                     "host.pvid restart 3 -", "host.sysname run before after",
+                     "lldp.debugflags run 256 289", "lldp.maxifnum restart 8 16"}));
+  EXPECT_EQ(lnx::optString("host.sysname", ""), "after");
+  EXPECT_EQ(lnx::optString("host.mgmtaddr", ""), "192.0.2.9");
+  EXPECT_EQ(lnx::optString("lldp.debugflags", ""), "289");
+  EXPECT_EQ(lnx::optString("lldp.maxifnum", ""), "8") << "needs a restart: the running value stays";
+  EXPECT_EQ(lnx::optLong("host.pvid", 0), 3);
+
+  // A broken file changes nothing.
+  writeTemp("host.sysname = third\nbroken line\n", path);
+  EXPECT_FALSE(lnx::optReload(&changes, &err));
+  EXPECT_EQ(err.line, 2);
+  EXPECT_EQ(lnx::optString("host.sysname", ""), "after");
+  unlink(path.c_str());
+}
+
+TEST_F(LinuxPlatform, ThreadsAreNamedAfterTheProgramAndTheirTask) {
+  using P = std::pair<const char*, const char*>;
+  for (const auto& [task, want] : {P{"lldptask", "lldpagent:task"}, P{"lldpcmdtask", "lldpagent:cmd"},
+                                   P{"link", "lldpagent:link"}, P{"stack", "lldpagent:stack"},
+                                   P{"lldpsomethinglong", "lldpagent:somet"}, P{"", "lldpagent:task"}})
+    EXPECT_EQ(lnx::threadName(task), want) << task;
 }
 
 TEST_F(LinuxPlatform, OptionReadIsBoundedByTheCallersLength) {

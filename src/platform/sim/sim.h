@@ -27,6 +27,15 @@ void advanceMs(uint64_t ms);
 void setOption(const std::string& key, const std::string& value);
 void clearOption(const std::string& key);
 
+// ---- Process shell (procShellWait, procShellReload) ----------------------
+// procShellWait hands out the queued events in order (PROC_EVENT_STOP,
+// PROC_EVENT_RELOAD); with none queued it advances the clock by its time-out
+// and returns PROC_EVENT_NONE, or returns PROC_EVENT_STOP when it was asked
+// to wait without limit (so that a daemon loop under test ends).
+void queueProcEvent(int event);
+// What procShellReload returns (default 0: nothing changed at run time).
+void setReloadResult(int rc);
+
 // ---- Platform objects -----------------------------------------------------
 // A service groups objects: interface objects (zorIfGetApi/zorIfSetApi by
 // unit), system scalars (zorScalarGetApi), hardware scalars

@@ -122,6 +122,8 @@ void reset() {
   s.tasks.clear();
   s.sems.clear();
   s.cmdServers.clear();
+  s.procEvents.clear();
+  s.reloadResult = 0;
   resetObjects();
   resetSockets();
   resetLog();
@@ -132,6 +134,9 @@ void advanceMs(uint64_t ms) { st().nowMs += ms; }
 
 void setOption(const std::string& key, const std::string& value) { st().options[key] = value; }
 void clearOption(const std::string& key) { st().options.erase(key); }
+
+void queueProcEvent(int event) { st().procEvents.push_back(event); }
+void setReloadResult(int rc) { st().reloadResult = rc; }
 
 const std::vector<Task>& tasks() { return st().tasks; }
 int liveTasks() {
@@ -344,4 +349,34 @@ void patchSignalHandler(void) {
 void silIgnoreSignal(int) {
   int rc = 0;
   enter(Fn::silIgnoreSignal, &rc);
+}
+
+int procShellWait(int32_t ms) {
+  int rc = PROC_EVENT_NONE;
+  if (enter(Fn::procShellWait, &rc)) return rc;
+  State& s = st();
+  if (!s.procEvents.empty()) {
+    const int ev = s.procEvents.front();
+    s.procEvents.pop_front();
+    return ev;
+  }
+  if (ms < 0) return PROC_EVENT_STOP;  // nothing left to wait for
+  s.nowMs += static_cast<uint64_t>(ms);
+  return PROC_EVENT_NONE;
+}
+
+void procShellReady(void) {
+  int rc = 0;
+  enter(Fn::procShellReady, &rc);
+}
+
+int procShellReload(void) {
+  int rc = -1;
+  if (enter(Fn::procShellReload, &rc)) return rc;
+  return st().reloadResult;
+}
+
+void procShellStop(void) {
+  int rc = 0;
+  enter(Fn::procShellStop, &rc);
 }

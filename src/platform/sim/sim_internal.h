@@ -28,6 +28,7 @@ namespace sim::detail {
   X(zorCardUpPcsSet) X(zorHwilCmdSyncApi) X(icmProcTcpInit)                                    \
   X(loggingDebugOutput) X(loggingLogOutput) X(send_lldp_trap) X(send_lldpmed_trap)            \
   X(procArgsInit) X(procShellInit) X(patchSignalHandler) X(silIgnoreSignal)                   \
+  X(procShellWait) X(procShellReady) X(procShellReload) X(procShellStop)                       \
   X(silMemPoolInit) X(silMemPoolAlloc) X(silMemPoolFree) X(silMemPoolDestroy)                 \
   X(silTimerListInit) X(silTimerStart) X(silTimerStop) X(silTimerListNextTimeout)            \
   X(silTimerListCheck)
@@ -142,6 +143,8 @@ struct State {
   std::vector<Task> tasks;
   std::vector<SemState> sems;
   std::vector<CmdServer> cmdServers;
+  std::deque<int> procEvents;
+  int reloadResult = 0;
 
   std::unordered_map<ObjKey, Obj, ObjKeyHash> objects;
   std::map<std::pair<uint32_t, uint32_t>, IndexTrans> indexTrans;
