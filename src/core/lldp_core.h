@@ -21,11 +21,9 @@ int lldpDaemonMain(void);
 // changed at run time the agent takes the trace mask again and sends a fresh
 // LLDPDU on every transmitting port.
 void lldpDaemonReload(void);
-// Disables the agent on this unit (the shutdown LLDPDU on every transmitting
-// port) and waits about a second for the frames to leave.
+// Disables the agent on this unit: every transmitting port whose link is up
+// has sent its shutdown LLDPDU when this returns.
 void lldpDaemonShutdown(void);
-// True while a port still has its shutdown LLDPDU to send.
-bool lldpDaemonShutdownPending(void);
 // Sets the notification switch of a port that just appeared from the option
 // "host.notify" (t: on, f: off, absent: left as the port record has it).
 // REQUIRES: lldpLock held.

@@ -9,10 +9,10 @@
 //             changed system name or management address reaches the
 //             neighbours at once
 //   stop   -> the agent disables itself as the global admin status does:
-//             every transmitting port sends its shutdown LLDPDU (TTL 0) at
-//             the next one-second tick, so neighbours forget us now instead
-//             of after our TTL; it waits about a second for those frames,
-//             then the process exits with status 0
+//             every transmitting port hands its shutdown LLDPDU (TTL 0) to
+//             the frame socket before the disable returns, so neighbours
+//             forget us now instead of after our TTL; then the process exits
+//             with status 0
 //
 // Ports added later get their notification switch from "host.notify"
 // (lldpDaemonPortAdded, called by the platform-event handler).
@@ -22,6 +22,7 @@
 #include "base/lldp_info.h"
 #include "base/lldp_trace.h"
 #include "core/lldp_core.h"
+#include "mgmt/lldp_mgmt.h"
 #include "platform/logging.h"
 #include "platform/proc_shell.h"
 #include "platform/sil.h"
@@ -32,10 +33,6 @@ namespace {
 
 constexpr uint32_t kDefaultDebugFlags = 0x100;
 constexpr int kOptBufLen = 32;
-// The shutdown frames leave at the next one-second tick; the wait allows for
-// a tick that runs a little late.
-constexpr int32_t kShutdownWaitMs = 1500;
-constexpr int32_t kShutdownPollMs = 50;
 
 int optRead(const char* key, char (&buf)[kOptBufLen]) {
   std::memset(buf, 0, sizeof(buf));
@@ -79,33 +76,30 @@ void warnAboutOptions(void) {
 // The global admin status to disabled, applied here only (a unit that stops
 // must not disable its stack peers): every port is re-initialised disabled
 // and keeps its transmit buffer for the shutdown frame.
+// The global disable of the management Sync (applied here only, never
+// forwarded: one unit stopping must not disable the rest of a stack). Every
+// transmitting port sends its shutdown frame on the way.
 void disableAgent(void) {
-  lldpLock();
-  gLldpInfo.globalAdminStatus = 2;
-  forEachPort([](LldpPort* port) { lldpPortEntryInit(port, LLDP_ADMIN_DISABLED); });
-  lldpUnLock();
+  ZorValue v{};
+  v.value = 2;
+  v.len = 4;
+  v.form = ZOR_VALUE_INT;
+  lldpScalarSyncApi(0, 48, &v);
 }
 
 }  // namespace
 
-bool lldpDaemonShutdownPending(void) {
-  bool pending = false;
-  lldpLock();
-  forEachPort([&pending](LldpPort* port) {
-    // Disabled while transmitting and not yet past its shutdown frame.
-    if (port->portStatus == 1 && port->adminStatus == LLDP_ADMIN_DISABLED && port->reinitDone == 0 &&
-        (port->txState == TX_IDLE || port->txState == TX_INFO_FRAME))
-      pending = true;
-  });
-  lldpUnLock();
-  return pending;
-}
-
 void lldpDaemonPortAdded(LldpPort* port) {
   char buf[kOptBufLen];
   if (port == nullptr || optRead("host.notify", buf) <= 0) return;
-  if (firstIs(buf, 't')) port->notificationEnable = 1;
-  else if (firstIs(buf, 'f')) port->notificationEnable = 2;
+  // The notification switch, through the port's management Sync (local only).
+  ZorValue v{};
+  v.len = 4;
+  v.form = ZOR_VALUE_INT;
+  if (firstIs(buf, 't')) v.value = 1;
+  else if (firstIs(buf, 'f')) v.value = 2;
+  else return;
+  lldpPortSyncApi(port->unit, 2, &v);
 }
 
 void lldpDaemonReload(void) {
@@ -118,14 +112,7 @@ void lldpDaemonReload(void) {
   lldpUnLock();
 }
 
-void lldpDaemonShutdown(void) {
-  disableAgent();
-  for (int32_t waited = 0; waited < kShutdownWaitMs && lldpDaemonShutdownPending();
-       waited += kShutdownPollMs) {
-    // A second stop request does not wait any longer.
-    if (procShellWait(kShutdownPollMs) == PROC_EVENT_STOP) break;
-  }
-}
+void lldpDaemonShutdown(void) { disableAgent(); }
 
 int lldpDaemonMain(void) {
   char buf[kOptBufLen];
