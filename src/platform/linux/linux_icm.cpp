@@ -1,17 +1,19 @@
-// The command server on Linux: a Unix stream socket (mode 0660) serving the
-// agent's table of numbered management operations, and the event stream that
-// carries traps and the agent's group-71 messages to subscribed clients.
-// The framing is documented in docs/command-socket.md.
+// The command server's socket and loop: a Unix stream socket (mode 0660)
+// serving a table of numbered management operations, and the event stream
+// that carries events to subscribed clients. The framing is documented in
+// docs/command-socket.md.
 //
 // One server thread polls the listening socket and its clients; requests of
 // one client are answered in order. Every request is decoded bounded by the
 // bytes received, whatever its length field says.
+//
+// No platform call is defined here (they are in linux_cmdapi.cpp), so tests
+// and benchmarks can serve the agent's table over a real socket while the
+// agent runs on the simulated platform.
 #include <cerrno>
 #include <cstring>
-#include <map>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <poll.h>
@@ -22,19 +24,11 @@
 
 #include "platform/icm.h"
 #include "platform/linux/linux_platform.h"
-#include "platform/trap.h"
-#include "platform/zor_socket.h"
 
 namespace lnx {
 namespace {
 
-constexpr uint32_t kOpSubscribe = 0;
-constexpr uint32_t kEventGroup = 1;
-constexpr uint32_t kEventTrap = 2;
-constexpr uint32_t kEventMedTrap = 3;
 constexpr size_t kMaxClients = 32;
-
-char gSockPath[sizeof(sockaddr_un::sun_path)] = {};
 
 std::mutex gSubLock;
 std::vector<int> gSubscribers;
@@ -50,29 +44,54 @@ bool sendAll(int fd, const std::vector<uint8_t>& b, int flags) {
   return true;
 }
 
-void eventPublish(uint32_t kind, uint32_t arg, const void* data, size_t len) {
-  if (len > kCmdMaxData) len = kCmdMaxData;
-  std::vector<uint8_t> b;
-  cmdAddU32(b, kCmdMagic);
-  cmdAddU32(b, static_cast<uint32_t>(16 + len));
-  cmdAddU32(b, kind);
-  cmdAddU32(b, arg);
-  const size_t off = b.size();
-  b.resize(off + len);
-  if (len) std::memcpy(&b[off], data, len);
-  std::lock_guard<std::mutex> g(gSubLock);
-  // A subscriber that cannot keep up loses events rather than stalling the
-  // protocol task.
-  for (int fd : gSubscribers) sendAll(fd, b, MSG_DONTWAIT);
-}
-
 struct Client {
   int fd;
   std::vector<uint8_t> in;
   bool subscribed;
 };
 
-void serverLoop(int lfd, const IcmFuncEntry* table, uint32_t count) {
+}  // namespace
+
+void eventPublish(uint32_t kind, uint32_t arg, const void* data, size_t len) {
+  const auto b = cmdEncodeEvent(kind, arg, static_cast<const uint8_t*>(data), len);
+  std::lock_guard<std::mutex> g(gSubLock);
+  // A subscriber that cannot keep up loses events rather than stalling the
+  // protocol task.
+  for (int fd : gSubscribers) sendAll(fd, b, MSG_DONTWAIT);
+}
+
+int cmdListen(const std::string& p, std::string* why) {
+  auto failed = [why](const char* text) {
+    *why = text;
+    return -1;
+  };
+  sockaddr_un sa{};
+  if (p.size() >= sizeof sa.sun_path) return failed("path too long");
+  sa.sun_family = AF_UNIX;
+  std::memcpy(sa.sun_path, p.c_str(), p.size() + 1);
+  // A socket that still answers belongs to another agent: leave it alone.
+  const int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (probe >= 0) {
+    const bool inUse = ::connect(probe, reinterpret_cast<sockaddr*>(&sa), sizeof sa) == 0;
+    ::close(probe);
+    if (inUse) return failed("in use by another agent");
+  }
+  const int lfd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (lfd < 0) return failed(std::strerror(errno));
+  ::unlink(p.c_str());
+  const mode_t old = ::umask(0117);
+  const int rc = ::bind(lfd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
+  ::umask(old);
+  if (rc < 0 || ::chmod(p.c_str(), 0660) < 0 || ::listen(lfd, 16) < 0) {
+    const int err = errno;
+    ::close(lfd);
+    return failed(std::strerror(err));
+  }
+  return lfd;
+}
+
+void cmdServe(int lfd, const void* tablePtr, uint32_t count) {
+  const auto* table = static_cast<const IcmFuncEntry*>(tablePtr);
   std::vector<Client> clients;
   for (;;) {
     std::vector<pollfd> pfds;
@@ -103,13 +122,8 @@ void serverLoop(int lfd, const IcmFuncEntry* table, uint32_t count) {
           break;
         }
         c.in.erase(c.in.begin(), c.in.begin() + used);
-        if (req.op == kOpSubscribe) {
-          std::vector<uint8_t> ok;
-          cmdAddU32(ok, kCmdMagic);
-          cmdAddU32(ok, kCmdReplyHeaderLen);
-          cmdAddU32(ok, 0);
-          cmdAddU32(ok, 0);
-          cmdAddU32(ok, 0);
+        if (req.op == kCmdOpSubscribe) {
+          const auto ok = cmdEncodeReply(0, 0, 0, nullptr, nullptr, 0);
           std::lock_guard<std::mutex> g(gSubLock);
           if (sendAll(c.fd, ok, 0)) {
             c.subscribed = true;
@@ -149,73 +163,4 @@ void serverLoop(int lfd, const IcmFuncEntry* table, uint32_t count) {
   }
 }
 
-}  // namespace
-
-void cmdSocketUnlink() {
-  if (gSockPath[0]) ::unlink(gSockPath);
-}
-
-std::string cmdSocketPath() { return gSockPath; }
-
 }  // namespace lnx
-
-int icmProcTcpInit(const char* taskName, const char* path, const IcmFuncEntry* table,
-                   uint32_t count) {
-  const std::string p = lnx::optString("host.cmdsocket", path ? path : "/tmp/lldpcmd.socket");
-  auto failed = [&p](const char* why) {
-    const std::string line = "command socket " + p + ": " + why + "\n";
-    lnx::logWrite(0x3F50008, line.c_str());
-    return -1;
-  };
-  sockaddr_un sa{};
-  if (p.size() >= sizeof sa.sun_path) return failed("path too long");
-  sa.sun_family = AF_UNIX;
-  std::memcpy(sa.sun_path, p.c_str(), p.size() + 1);
-  // A socket that still answers belongs to another agent: leave it alone.
-  const int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (probe >= 0) {
-    const bool inUse = ::connect(probe, reinterpret_cast<sockaddr*>(&sa), sizeof sa) == 0;
-    ::close(probe);
-    if (inUse) return failed("in use by another agent");
-  }
-  const int lfd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (lfd < 0) return failed(std::strerror(errno));
-  ::unlink(p.c_str());
-  const mode_t old = ::umask(0117);
-  const int rc = ::bind(lfd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
-  ::umask(old);
-  if (rc < 0 || ::chmod(p.c_str(), 0660) < 0 || ::listen(lfd, 16) < 0) {
-    const int err = errno;
-    ::close(lfd);
-    return failed(std::strerror(err));
-  }
-  std::memcpy(lnx::gSockPath, p.c_str(), p.size() + 1);
-  std::thread([lfd, table, count, name = std::string(taskName ? taskName : "cmd")] {
-    lnx::nameThisThread(name);
-    lnx::serverLoop(lfd, table, count);
-  }).detach();
-  return 0;
-}
-
-int zorNetlinkSGrpSend(uint32_t group, uint32_t /*flags*/, const void* msg, uint32_t len) {
-  if (!msg) return -1;
-  lnx::eventPublish(lnx::kEventGroup, group, msg, len);
-  return 0;
-}
-
-int send_lldp_trap(uint32_t reason) {
-  lnx::eventPublish(lnx::kEventTrap, reason, nullptr, 0);
-  return 0;
-}
-
-int send_lldpmed_trap(uint32_t timeMarkHigh, uint32_t timeMarkLow, uint32_t unit,
-                      uint32_t remIndex, uint32_t chassisIdSubtype, const uint8_t* chassisId,
-                      uint32_t chassisIdLen, uint32_t medDevType, uint32_t reason) {
-  std::vector<uint8_t> b;
-  const uint32_t n = !chassisId ? 0 : (chassisIdLen > 255 ? 255 : chassisIdLen);
-  for (uint32_t w : {timeMarkHigh, timeMarkLow, unit, remIndex, chassisIdSubtype, n, medDevType})
-    lnx::cmdAddU32(b, w);
-  if (n) b.insert(b.end(), chassisId, chassisId + n);
-  lnx::eventPublish(lnx::kEventMedTrap, reason, b.data(), b.size());
-  return 0;
-}

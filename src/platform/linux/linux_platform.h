@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/common/cmdframe.h"
 #include "platform/platform_types.h"
 #include "platform/zor_hwil.h"
 
@@ -128,38 +129,38 @@ int frameSocketFd();
 int frameGroupSet(uint32_t ifindex, uint32_t reason, bool join);
 bool frameGroupJoined(uint32_t ifindex);
 
-// ---- Command server framing -----------------------------------------------------
-constexpr uint32_t kCmdMagic = 0x4C4C4450;  // "LLDP"
-constexpr uint32_t kCmdHeaderLen = 32;
-constexpr uint32_t kCmdReplyHeaderLen = 20;
-constexpr uint32_t kCmdMaxData = 65536;
-constexpr uint32_t kCmdFlagBuffer = 1;
-constexpr uint32_t kCmdFlagKey = 2;
-constexpr uint32_t kCmdKnownFlags = kCmdFlagBuffer | kCmdFlagKey;
+// ---- Command server -------------------------------------------------------------
+// The framing is shared with the clients (platform/common/cmdframe.h); its
+// names are this platform's too.
+using ::CmdRequest;
+using ::cmdAddU32;
+using ::cmdDecode;
+using ::cmdEncodeRequest;
+using ::cmdGetU32;
+using ::kCmdFlagBuffer;
+using ::kCmdFlagKey;
+using ::kCmdHeaderLen;
+using ::kCmdKnownFlags;
+using ::kCmdMagic;
+using ::kCmdMaxData;
+using ::kCmdReplyHeaderLen;
 
-struct CmdRequest {
-  uint32_t op = 0;
-  uint32_t index = 0;
-  uint32_t objId = 0;
-  uint32_t flags = 0;
-  uint32_t value = 0;
-  uint32_t len = 0;
-  std::vector<uint8_t> key;   // the key block (kCmdFlagKey), at most ICM_MAX_KEY_LEN bytes
-  std::vector<uint8_t> data;  // the buffer bytes supplied (kCmdFlagBuffer)
-};
-// Host-order words of the framing (linux_cmdframe.cpp).
-uint32_t cmdGetU32(const uint8_t* p);
-void cmdAddU32(std::vector<uint8_t>& b, uint32_t v);
-// Decodes one request from buf (n bytes). Returns the request length used
-// (> 0), 0 when more bytes are needed, -1 when the request is malformed.
-long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req);
-std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req);
+// Runs one request against a handler table (IcmFuncEntry[count]) and returns
+// the reply bytes (linux_cmdframe.cpp).
+std::vector<uint8_t> cmdExecute(const void* table, uint32_t count, const CmdRequest& req);
+// The server's socket and loop (linux_icm.cpp; no platform calls there, so
+// that a test or benchmark can serve a table with the simulated platform).
+// cmdListen binds and listens on path (mode 0660), leaving alone a path that
+// another server still answers on; returns the socket, or -1 with *why.
+// cmdServe serves the table on it, on the calling thread, for good.
+int cmdListen(const std::string& path, std::string* why);
+void cmdServe(int lfd, const void* table, uint32_t count);
+// Sends one event (kind, argument, payload) to every subscribed client.
+void eventPublish(uint32_t kind, uint32_t arg, const void* data, size_t len);
 // Removes the command socket's path (at exit).
 void cmdSocketUnlink();
 // The command socket's path, empty when the server did not start.
 std::string cmdSocketPath();
-// Runs one request against a handler table and returns the reply bytes.
-std::vector<uint8_t> cmdExecute(const void* table, uint32_t count, const CmdRequest& req);
 
 // ---- Stack peers (linux_stack.cpp) --------------------------------------------
 bool stackHasPeers();

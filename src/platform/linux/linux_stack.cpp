@@ -36,6 +36,7 @@ constexpr uint32_t kErrorModule = 0x3F50008;
 struct Job {
   std::string path;
   std::vector<uint8_t> bytes;
+  uint32_t flags;  // the request's, which shape its reply
 };
 
 // The forwarder thread outlives static destruction (it is detached), so its
@@ -84,14 +85,28 @@ int connectPeer(const std::string& path) {
   return fd;
 }
 
-bool ioAll(int fd, uint8_t* p, size_t n, bool write) {
-  while (n) {
-    const ssize_t r = write ? ::send(fd, p, n, MSG_NOSIGNAL) : ::recv(fd, p, n, 0);
+bool sendAll(int fd, const std::vector<uint8_t>& b) {
+  for (size_t off = 0; off < b.size();) {
+    const ssize_t r = ::send(fd, b.data() + off, b.size() - off, MSG_NOSIGNAL);
     if (r <= 0) return false;
-    p += r;
-    n -= static_cast<size_t>(r);
+    off += static_cast<size_t>(r);
   }
   return true;
+}
+
+// Reads one reply to a request with `flags` through the shared decoder;
+// false when the connection fails or the reply is malformed.
+bool recvReply(int fd, uint32_t flags, CmdReply* rep) {
+  std::vector<uint8_t> in;
+  for (;;) {
+    const long used = cmdDecodeReply(in.data(), in.size(), flags, rep);
+    if (used > 0) return true;
+    if (used < 0) return false;
+    uint8_t chunk[4096];
+    const ssize_t r = ::recv(fd, chunk, sizeof chunk, 0);
+    if (r <= 0) return false;
+    in.insert(in.end(), chunk, chunk + r);
+  }
 }
 
 // Sends one request and reads its reply; returns the peer's result code, or
@@ -101,18 +116,8 @@ long deliver(std::map<std::string, int>& conns, const Job& job) {
     int& fd = conns.try_emplace(job.path, -1).first->second;
     if (fd < 0) fd = connectPeer(job.path);
     if (fd < 0) return -1;
-    std::vector<uint8_t> req = job.bytes;
-    uint8_t hdr[kCmdReplyHeaderLen];
-    if (ioAll(fd, req.data(), req.size(), true) && ioAll(fd, hdr, sizeof hdr, false)) {
-      uint32_t total = 0, rc = 0;
-      std::memcpy(&total, hdr + 4, 4);
-      std::memcpy(&rc, hdr + 8, 4);
-      // Skip the reply's data, bounded by what a reply may carry.
-      if (total >= kCmdReplyHeaderLen && total - kCmdReplyHeaderLen <= kCmdMaxData) {
-        std::vector<uint8_t> rest(total - kCmdReplyHeaderLen);
-        if (rest.empty() || ioAll(fd, rest.data(), rest.size(), false)) return rc;
-      }
-    }
+    CmdReply rep;
+    if (sendAll(fd, job.bytes) && recvReply(fd, job.flags, &rep)) return rep.rc;
     // A stale connection (the peer restarted): try once more afresh.
     ::close(fd);
     fd = -1;
@@ -225,7 +230,7 @@ int zorHwilCmdSyncApi(uintptr_t index, uint32_t cmdId, ZorValue* value, ZorSyncC
       lnx::logWrite(lnx::kErrorModule, "stack forwarding queue full, command dropped\n");
       break;
     }
-    q.jobs.push_back({path, bytes});
+    q.jobs.push_back({path, bytes, req.flags});
   }
   q.cond.notify_all();
   return 0;

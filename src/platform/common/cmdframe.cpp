@@ -1,0 +1,150 @@
+// The command socket's framing: see cmdframe.h and docs/command-socket.md.
+#include "platform/common/cmdframe.h"
+
+#include <cstring>
+
+namespace {
+
+// Reads the magic and the total length of a frame once 8 bytes are there.
+// Returns the total, 0 when more bytes are needed, -1 when the frame cannot be
+// one of ours (wrong magic, total outside [minLen, maxLen]).
+long cmdFrameTotal(const uint8_t* buf, size_t n, uint32_t minLen, uint32_t maxLen) {
+  if (n < 8) return 0;
+  if (cmdGetU32(buf) != kCmdMagic) return -1;
+  const uint32_t total = cmdGetU32(buf + 4);
+  if (total < minLen || total > maxLen) return -1;
+  return total;
+}
+
+// Splits an optional key block off the front of [*p, end): false when it
+// claims more bytes than there are or more than a key record may hold.
+bool cmdTakeKey(const uint8_t** p, const uint8_t* end, std::vector<uint8_t>* key) {
+  key->clear();
+  if (end - *p < 4) return false;
+  const uint32_t k = cmdGetU32(*p);
+  *p += 4;
+  if (k > kCmdMaxKey || k > static_cast<size_t>(end - *p)) return false;
+  key->assign(*p, *p + k);
+  *p += k;
+  return true;
+}
+
+}  // namespace
+
+uint32_t cmdGetU32(const uint8_t* p) {
+  uint32_t v;
+  std::memcpy(&v, p, 4);
+  return v;
+}
+
+void cmdAddU32(std::vector<uint8_t>& b, uint32_t v) {
+  const size_t off = b.size();
+  b.resize(off + 4);
+  std::memcpy(&b[off], &v, 4);
+}
+
+std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req) {
+  std::vector<uint8_t> b;
+  const bool keyed = (req.flags & kCmdFlagKey) != 0;
+  const size_t keyBlock = keyed ? 4 + req.key.size() : 0;
+  b.reserve(kCmdHeaderLen + keyBlock + req.data.size());
+  cmdAddU32(b, kCmdMagic);
+  cmdAddU32(b, static_cast<uint32_t>(kCmdHeaderLen + keyBlock + req.data.size()));
+  cmdAddU32(b, req.op);
+  cmdAddU32(b, req.index);
+  cmdAddU32(b, req.objId);
+  cmdAddU32(b, req.flags);
+  cmdAddU32(b, req.value);
+  cmdAddU32(b, req.len);
+  if (keyed) {
+    cmdAddU32(b, static_cast<uint32_t>(req.key.size()));
+    b.insert(b.end(), req.key.begin(), req.key.end());
+  }
+  b.insert(b.end(), req.data.begin(), req.data.end());
+  return b;
+}
+
+long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req) {
+  const long total = cmdFrameTotal(buf, n, kCmdHeaderLen, kCmdMaxRequest);
+  if (total <= 0) return total;
+  if (n < static_cast<size_t>(total)) return 0;
+  req->op = cmdGetU32(buf + 8);
+  req->index = cmdGetU32(buf + 12);
+  req->objId = cmdGetU32(buf + 16);
+  req->flags = cmdGetU32(buf + 20);
+  req->value = cmdGetU32(buf + 24);
+  req->len = cmdGetU32(buf + 28);
+  if (req->flags & ~kCmdKnownFlags) return -1;
+  const uint8_t* p = buf + kCmdHeaderLen;
+  const uint8_t* end = buf + total;
+  req->key.clear();
+  if ((req->flags & kCmdFlagKey) && !cmdTakeKey(&p, end, &req->key)) return -1;
+  req->data.assign(p, end);
+  if (!(req->flags & kCmdFlagBuffer) && !req->data.empty()) return -1;
+  if ((req->flags & kCmdFlagBuffer) && (req->len > kCmdMaxData || req->data.size() > kCmdMaxData))
+    return -1;
+  return total;
+}
+
+std::vector<uint8_t> cmdEncodeReply(uint32_t rc, uint32_t value, uint32_t len,
+                                    const std::vector<uint8_t>* key, const uint8_t* data,
+                                    uint32_t dataLen) {
+  std::vector<uint8_t> out;
+  const uint32_t keyBlock = key ? 4 + static_cast<uint32_t>(key->size()) : 0;
+  out.reserve(kCmdReplyHeaderLen + keyBlock + dataLen);
+  cmdAddU32(out, kCmdMagic);
+  cmdAddU32(out, kCmdReplyHeaderLen + keyBlock + dataLen);
+  cmdAddU32(out, rc);
+  cmdAddU32(out, value);
+  cmdAddU32(out, len);
+  if (key) {
+    cmdAddU32(out, static_cast<uint32_t>(key->size()));
+    out.insert(out.end(), key->begin(), key->end());
+  }
+  if (dataLen) out.insert(out.end(), data, data + dataLen);
+  return out;
+}
+
+long cmdDecodeReply(const uint8_t* buf, size_t n, uint32_t requestFlags, CmdReply* out) {
+  const long total = cmdFrameTotal(buf, n, kCmdReplyHeaderLen, kCmdMaxReply);
+  if (total <= 0) return total;
+  if (n < static_cast<size_t>(total)) return 0;
+  out->rc = cmdGetU32(buf + 8);
+  out->value = cmdGetU32(buf + 12);
+  out->len = cmdGetU32(buf + 16);
+  const uint8_t* p = buf + kCmdReplyHeaderLen;
+  const uint8_t* end = buf + total;
+  out->keyed = (requestFlags & kCmdFlagKey) != 0;
+  out->key.clear();
+  if (out->keyed && !cmdTakeKey(&p, end, &out->key)) return -1;
+  out->data.assign(p, end);
+  // An integer reply carries no data; a buffer reply's length word is the
+  // number of data bytes.
+  if (!(requestFlags & kCmdFlagBuffer) && !out->data.empty()) return -1;
+  if ((requestFlags & kCmdFlagBuffer) && (out->data.size() > kCmdMaxData || out->len != out->data.size()))
+    return -1;
+  return total;
+}
+
+std::vector<uint8_t> cmdEncodeEvent(uint32_t kind, uint32_t arg, const uint8_t* payload,
+                                    size_t len) {
+  if (len > kCmdMaxData) len = kCmdMaxData;
+  std::vector<uint8_t> b;
+  b.reserve(kCmdEventHeaderLen + len);
+  cmdAddU32(b, kCmdMagic);
+  cmdAddU32(b, static_cast<uint32_t>(kCmdEventHeaderLen + len));
+  cmdAddU32(b, kind);
+  cmdAddU32(b, arg);
+  if (len) b.insert(b.end(), payload, payload + len);
+  return b;
+}
+
+long cmdDecodeEvent(const uint8_t* buf, size_t n, CmdEvent* out) {
+  const long total = cmdFrameTotal(buf, n, kCmdEventHeaderLen, kCmdMaxEvent);
+  if (total <= 0) return total;
+  if (n < static_cast<size_t>(total)) return 0;
+  out->kind = cmdGetU32(buf + 8);
+  out->arg = cmdGetU32(buf + 12);
+  out->payload.assign(buf + kCmdEventHeaderLen, buf + total);
+  return total;
+}
