@@ -6,7 +6,7 @@
 set -euo pipefail
 
 PKGS=(build-essential make cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-      clang libclang-rt-14-dev libmnl-dev libcap-dev libsystemd-dev
+      clang libclang-rt-14-dev libmnl-dev libcap-dev libsystemd-dev nlohmann-json3-dev
       iproute2 procps tshark python3-scapy tcpdump man-db file)
 
 missing=()
