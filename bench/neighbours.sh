@@ -1,0 +1,116 @@
+#!/usr/bin/env bash
+# A real lldpagent learns N (10,000) neighbours and is read through the client
+# library, in network namespaces:
+#
+#   bench/neighbours.sh            (root; N=10000 by default)
+#
+# The agent runs in one namespace; typical LLDPDUs (about 300 bytes, every TLV
+# family, one chassis each, TTL 65535) are replayed into its port with
+# tcpreplay from another namespace until its remote table holds N records.
+# The script prints the agent's resident anonymous memory (RssAnon) before
+# and after, and the difference per neighbour: what a neighbour costs the
+# process, heap overhead and fragmentation included. Then it runs the
+# neighbour walk and the single Get of client_bench against the agent's
+# command socket.
+#
+# Environment: BUILD (build), N (10000), PPS (20000). Frames go only between
+# the namespaces made here, which are removed on exit.
+set -u
+
+ROOT=$(cd "$(dirname "$0")/.." && pwd)
+BUILD=${BUILD:-$ROOT/build}
+AGENT=$BUILD/lldpagent
+CTL=$BUILD/lldpctl
+BENCH=$BUILD/bench/client_bench
+N=${N:-10000}
+PPS=${PPS:-20000}
+TAG="nb$$"
+NS_A="$TAG-agent"
+NS_S="$TAG-send"
+TMP=$(mktemp -d /tmp/lldp-neighbours.XXXXXX)
+APID=""
+
+die() { echo "neighbours: $*" >&2; exit 1; }
+cleanup() {
+  [ -n "$APID" ] && kill "$APID" 2>/dev/null && sleep 0.3
+  [ -n "$APID" ] && kill -9 "$APID" 2>/dev/null
+  ip netns del "$NS_A" 2>/dev/null
+  ip netns del "$NS_S" 2>/dev/null
+  rm -rf "$TMP"
+}
+trap cleanup EXIT
+trap 'exit 130' INT TERM
+
+[ "$(id -u)" -eq 0 ] || die "needs root (network namespaces)"
+for f in "$AGENT" "$CTL" "$BENCH"; do [ -x "$f" ] || die "$f is not built"; done
+command -v tcpreplay >/dev/null || die "needs tcpreplay (apt-get install tcpreplay)"
+command -v python3 >/dev/null || die "needs python3"
+
+ip netns add "$NS_A" && ip netns add "$NS_S" || die "cannot create namespaces"
+ip link add va netns "$NS_A" type veth peer name vs netns "$NS_S" || die "cannot create the veth pair"
+for ns in "$NS_A" "$NS_S"; do ip -n "$ns" link set lo up; done
+ip -n "$NS_A" link set va up
+ip -n "$NS_S" link set vs up
+
+SOCK=$TMP/agent.sock
+cat >"$TMP/agent.conf" <<EOF
+lldp.enable = true
+lldp.maxifnum = $((N + 8))
+lldp.defaultportmode = rxtx
+host.cmdsocket = $SOCK
+EOF
+ip netns exec "$NS_A" "$AGENT" -c "$TMP/agent.conf" -d 0x100 >"$TMP/agent.log" 2>&1 &
+APID=$!
+ctl() { ip netns exec "$NS_A" "$CTL" -s "$SOCK" "$@"; }
+value() { python3 -c 'import json,sys; print(json.loads(sys.argv[1])["value"])' "$1"; }
+inserts() { value "$(ctl call 1 0 8)"; }
+rss() { awk '/^RssAnon:/ {print $2 * 1024}' "/proc/$APID/status"; }
+
+for _ in $(seq 50); do [ -S "$SOCK" ] && break; sleep 0.1; done
+[ -S "$SOCK" ] || die "the agent did not start: $(cat "$TMP/agent.log")"
+# The neighbours' frames, as a pcap for tcpreplay.
+python3 - "$TMP/frames.pcap" "$N" <<'EOF'
+import struct, sys
+path, n = sys.argv[1], int(sys.argv[2])
+def tlv(t, v): return struct.pack(">H", (t << 9) | len(v)) + v
+def org(oui, sub, v): return tlv(127, oui + bytes([sub]) + v)
+DOT1, DOT3, MED = b"\x00\x80\xc2", b"\x00\x12\x0f", b"\x00\x12\xbb"
+with open(path, "wb") as f:
+    f.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, 1))
+    for i in range(n):
+        body = (tlv(1, b"\x07" + b"chassis-%05d" % i) + tlv(2, b"\x05GigabitEthernet1/0/24")
+                + tlv(3, struct.pack(">H", 65535))
+                + tlv(4, b"uplink to distribution switch, rack 7") + tlv(5, b"access-sw-%d" % i)
+                + tlv(6, b"Switch OS 15.2(7)E3, compiled 2026-03-01 by release engineering")
+                + tlv(7, bytes([0x00, 0x14, 0x00, 0x04]))
+                + tlv(8, bytes([5, 1, 10, 1, 7, 17, 2, 0, 0, 0, 24, 11, 0x06, 0x09, 0x2B, 0x06, 0x01, 0x02,
+                                0x01, 0x04, 0x14, 0x01, 0x01]))
+                + org(DOT1, 1, b"\x00\x64") + org(DOT1, 3, b"\x00\x64\x05users")
+                + org(DOT3, 1, bytes([0x03, 0x6C, 0x01, 0x00, 0x1E])) + org(DOT3, 4, b"\x05\xf2")
+                + org(MED, 1, b"\x00\x33\x04") + org(MED, 2, b"\x01\x40\x15\x6e") + org(MED, 5, b"HW 2.1")
+                + tlv(0, b""))
+        src = bytes([0x02, 0x00, 0x00, (i >> 16) & 255, (i >> 8) & 255, i & 255])
+        frame = b"\x01\x80\xc2\x00\x00\x0e" + src + b"\x88\xcc" + body
+        f.write(struct.pack("<IIII", 0, 0, len(frame), len(frame)) + frame)
+EOF
+[ -s "$TMP/frames.pcap" ] || die "cannot write the frames"
+sleep 2  # the port is taken in and the agent settles
+
+before=$(rss)
+for round in 1 2 3 4 5; do
+  ip netns exec "$NS_S" tcpreplay -q --pps="$PPS" -i vs "$TMP/frames.pcap" >/dev/null 2>&1 ||
+    die "tcpreplay failed"
+  sleep 1
+  [ "$(inserts)" -ge "$N" ] && break
+done
+have=$(inserts)
+[ "$have" -ge "$N" ] || die "the agent holds $have neighbours after 5 replays, not $N"
+sleep 1
+after=$(rss)
+per=$(( (after - before) / have ))
+printf 'agent RssAnon: %d KiB before, %d KiB with %d neighbours: %d bytes per neighbour\n' \
+  $((before / 1024)) $((after / 1024)) "$have" "$per"
+
+ip netns exec "$NS_A" env LLDP_BENCH_SOCKET="$SOCK" "$BENCH" \
+  --benchmark_filter='BM_ScalarGet|BM_NeighbourWalk' --benchmark_repetitions=5 \
+  --benchmark_report_aggregates_only=true
