@@ -154,11 +154,9 @@ void Client::fail(const std::string& what) {
 }
 
 CmdReply Client::call(const CmdRequest& req) {
-  thread_local std::vector<CmdRequest> one(1);
-  thread_local std::vector<CmdReply> reply;
-  one[0] = req;
-  callMany(one, reply);
-  return std::move(reply[0]);
+  CmdReply reply;
+  run(&req, 1, &reply);
+  return reply;
 }
 
 std::vector<CmdReply> Client::callMany(const std::vector<CmdRequest>& reqs) {
@@ -169,50 +167,33 @@ std::vector<CmdReply> Client::callMany(const std::vector<CmdRequest>& reqs) {
 
 void Client::callMany(const std::vector<CmdRequest>& reqs, std::vector<CmdReply>& out) {
   out.resize(reqs.size());
-  if (reqs.empty()) return;
+  run(reqs.data(), reqs.size(), out.data());
+}
+
+void Client::run(const CmdRequest* reqs, size_t n, CmdReply* out) {
+  if (n == 0) return;
   const bool reused = fd_ >= 0;
   connect();
   bool wroteAny = false;
   try {
-    exchange(reqs, out, &wroteAny);
+    exchange(reqs, n, out, &wroteAny);
   } catch (const ConnectionError&) {
     // The agent went away since the last call: nothing of this call reached
     // it, so it may be sent again on a new connection.
     if (!reused || wroteAny) throw;
     connect();
-    exchange(reqs, out, &wroteAny);
+    exchange(reqs, n, out, &wroteAny);
   }
 }
 
-void Client::exchange(const std::vector<CmdRequest>& reqs, std::vector<CmdReply>& out, bool* wroteAny) {
+void Client::exchange(const CmdRequest* reqs, size_t count, CmdReply* out, bool* wroteAny) {
   out_.clear();
-  for (const CmdRequest& r : reqs) {
-    const auto b = cmdEncodeRequest(r);
-    out_.insert(out_.end(), b.begin(), b.end());
-  }
-  size_t sent = 0, done = 0, reqAt = 0;
+  for (size_t i = 0; i < count; ++i) cmdAppendRequest(out_, reqs[i]);
+  size_t sent = 0, done = 0;
+  bool writable = true;  // try a write before the first wait
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(opt_.timeoutMs);
-  while (done < reqs.size()) {
-    // Decode whatever complete replies are in.
-    size_t used = 0;
-    while (done < reqs.size()) {
-      const long n = cmdDecodeReply(in_.data() + used, in_.size() - used, reqs[reqAt].flags, &out[done]);
-      if (n < 0) fail("malformed reply to operation " + std::to_string(reqs[reqAt].op));
-      if (n == 0) break;
-      used += static_cast<size_t>(n);
-      ++done;
-      ++reqAt;
-    }
-    if (used) in_.erase(in_.begin(), in_.begin() + static_cast<long>(used));
-    if (done == reqs.size()) break;
-
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    if (left.count() <= 0) fail("no reply within " + std::to_string(opt_.timeoutMs) + " ms");
-    pollfd p{fd_, static_cast<short>(POLLIN | (sent < out_.size() ? POLLOUT : 0)), 0};
-    const int pr = ::poll(&p, 1, static_cast<int>(left.count()));
-    if (pr < 0 && errno != EINTR) fail(std::string("poll: ") + std::strerror(errno));
-    if (pr <= 0) continue;
-    if ((p.revents & POLLOUT) && sent < out_.size()) {
+  while (done < count) {
+    if (writable && sent < out_.size()) {
       const ssize_t n = ::send(fd_, out_.data() + sent, out_.size() - sent, MSG_NOSIGNAL);
       if (n > 0) {
         sent += static_cast<size_t>(n);
@@ -221,17 +202,28 @@ void Client::exchange(const std::vector<CmdRequest>& reqs, std::vector<CmdReply>
         fail(std::string("send: ") + std::strerror(errno));
       }
     }
-    if (p.revents & (POLLIN | POLLHUP | POLLERR)) {
-      uint8_t chunk[16384];
-      const ssize_t n = ::recv(fd_, chunk, sizeof chunk, 0);
-      if (n > 0) {
-        in_.insert(in_.end(), chunk, chunk + n);
-      } else if (n == 0) {
-        fail("connection closed by the agent");
-      } else if (errno != EAGAIN && errno != EINTR) {
-        fail(std::string("recv: ") + std::strerror(errno));
-      }
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) fail("no reply within " + std::to_string(opt_.timeoutMs) + " ms");
+    pollfd p{fd_, static_cast<short>(POLLIN | (sent < out_.size() ? POLLOUT : 0)), 0};
+    const int pr = ::poll(&p, 1, static_cast<int>(left.count()));
+    if (pr < 0 && errno != EINTR) fail(std::string("poll: ") + std::strerror(errno));
+    writable = pr > 0 && (p.revents & POLLOUT);
+    if (pr <= 0 || !(p.revents & (POLLIN | POLLHUP | POLLERR))) continue;
+    uint8_t chunk[32768];
+    const ssize_t n = ::recv(fd_, chunk, sizeof chunk, 0);
+    if (n == 0) fail("connection closed by the agent");
+    if (n < 0 && errno != EAGAIN && errno != EINTR) fail(std::string("recv: ") + std::strerror(errno));
+    if (n > 0) in_.insert(in_.end(), chunk, chunk + n);
+    // Decode whatever complete replies are in.
+    size_t used = 0;
+    while (done < count) {
+      const long k = cmdDecodeReply(in_.data() + used, in_.size() - used, reqs[done].flags, &out[done]);
+      if (k < 0) fail("malformed reply to operation " + std::to_string(reqs[done].op));
+      if (k == 0) break;
+      used += static_cast<size_t>(k);
+      ++done;
     }
+    if (used) in_.erase(in_.begin(), in_.begin() + static_cast<long>(used));
   }
 }
 

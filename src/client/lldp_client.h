@@ -138,7 +138,8 @@ class Client {
                                 uint32_t capacity = 512);
 
  private:
-  void exchange(const std::vector<CmdRequest>& reqs, std::vector<CmdReply>& out, bool* wroteAny);
+  void run(const CmdRequest* reqs, size_t n, CmdReply* out);
+  void exchange(const CmdRequest* reqs, size_t n, CmdReply* out, bool* wroteAny);
   void fail(const std::string& what);
 
   std::string path_;

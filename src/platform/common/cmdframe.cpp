@@ -43,24 +43,27 @@ void cmdAddU32(std::vector<uint8_t>& b, uint32_t v) {
   std::memcpy(&b[off], &v, 4);
 }
 
-std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req) {
-  std::vector<uint8_t> b;
+void cmdAppendRequest(std::vector<uint8_t>& b, const CmdRequest& req) {
   const bool keyed = (req.flags & kCmdFlagKey) != 0;
   const size_t keyBlock = keyed ? 4 + req.key.size() : 0;
-  b.reserve(kCmdHeaderLen + keyBlock + req.data.size());
-  cmdAddU32(b, kCmdMagic);
-  cmdAddU32(b, static_cast<uint32_t>(kCmdHeaderLen + keyBlock + req.data.size()));
-  cmdAddU32(b, req.op);
-  cmdAddU32(b, req.index);
-  cmdAddU32(b, req.objId);
-  cmdAddU32(b, req.flags);
-  cmdAddU32(b, req.value);
-  cmdAddU32(b, req.len);
+  const uint32_t words[8] = {kCmdMagic, static_cast<uint32_t>(kCmdHeaderLen + keyBlock + req.data.size()),
+                             req.op,    req.index,
+                             req.objId, req.flags,
+                             req.value, req.len};
+  const size_t off = b.size();
+  b.resize(off + sizeof words);
+  std::memcpy(&b[off], words, sizeof words);
   if (keyed) {
     cmdAddU32(b, static_cast<uint32_t>(req.key.size()));
     b.insert(b.end(), req.key.begin(), req.key.end());
   }
   b.insert(b.end(), req.data.begin(), req.data.end());
+}
+
+std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req) {
+  std::vector<uint8_t> b;
+  b.reserve(kCmdHeaderLen + 4 + req.key.size() + req.data.size());
+  cmdAppendRequest(b, req);
   return b;
 }
 

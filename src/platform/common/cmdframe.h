@@ -71,6 +71,8 @@ void cmdAddU32(std::vector<uint8_t>& b, uint32_t v);
 // bytes are needed, -1 when the request is malformed (the server then closes
 // the connection).
 std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req);
+// Appends the request's bytes to `out`.
+void cmdAppendRequest(std::vector<uint8_t>& out, const CmdRequest& req);
 long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req);
 
 // Replies. `key` is null when the request had no key block. A reply's shape

@@ -113,27 +113,48 @@ void cmdServe(int lfd, const void* tablePtr, uint32_t count) {
       }
       if (c.subscribed) continue;  // an event stream expects no requests
       c.in.insert(c.in.end(), buf, buf + n);
+      // The replies to the whole requests received go out together, in
+      // order, a write whenever a reply's worth has gathered: a client that
+      // pipelines small requests costs one system call per batch rather than
+      // one per request, and the buffer stays bounded.
+      std::vector<uint8_t> out;
+      size_t off = 0;
+      bool bad = false, subscribe = false;
       for (;;) {
         CmdRequest req;
-        const long used = cmdDecode(c.in.data(), c.in.size(), &req);
+        const long used = cmdDecode(c.in.data() + off, c.in.size() - off, &req);
         if (used == 0) break;
         if (used < 0) {
-          drop.push_back(i - 1);
+          bad = true;
           break;
         }
-        c.in.erase(c.in.begin(), c.in.begin() + used);
+        off += static_cast<size_t>(used);
         if (req.op == kCmdOpSubscribe) {
-          const auto ok = cmdEncodeReply(0, 0, 0, nullptr, nullptr, 0);
-          std::lock_guard<std::mutex> g(gSubLock);
-          if (sendAll(c.fd, ok, 0)) {
-            c.subscribed = true;
-            gSubscribers.push_back(c.fd);
-          }
+          subscribe = true;
           break;
         }
-        if (!sendAll(c.fd, cmdExecute(table, count, req), 0)) {
-          drop.push_back(i - 1);
-          break;
+        const auto rep = cmdExecute(table, count, req);
+        out.insert(out.end(), rep.begin(), rep.end());
+        if (out.size() >= kCmdMaxReply) {
+          if (!sendAll(c.fd, out, 0)) {
+            bad = true;
+            break;
+          }
+          out.clear();
+        }
+      }
+      c.in.erase(c.in.begin(), c.in.begin() + static_cast<long>(off));
+      if (!bad && !out.empty() && !sendAll(c.fd, out, 0)) bad = true;
+      if (bad) {
+        drop.push_back(i - 1);
+        continue;
+      }
+      if (subscribe) {
+        const auto ok = cmdEncodeReply(0, 0, 0, nullptr, nullptr, 0);
+        std::lock_guard<std::mutex> g(gSubLock);
+        if (sendAll(c.fd, ok, 0)) {
+          c.subscribed = true;
+          gSubscribers.push_back(c.fd);
         }
       }
     }
