@@ -6,15 +6,15 @@
 // code, bounded by the bytes received.
 #include "client/lldp_client.h"
 
-#include <cerrno>
-#include <chrono>
-#include <cstring>
-
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
 
 namespace lldpc {
 
@@ -30,15 +30,24 @@ std::string hexCode(uint32_t code) {
 
 const char* resultName(uint32_t code) {
   switch (code) {
-    case kOk: return "success";
-    case kNoMemory: return "no room for the row";
-    case kBadArgument: return "bad argument";
-    case kNotSupported: return "TLV not supported on the port";
-    case kNoSuchRow: return "no such row or end of walk";
-    case kBufferTooSmall: return "buffer too small";
-    case kUnknownObject: return "unknown object or operation";
-    case kAgentDisabled: return "agent globally disabled";
-    default: return "platform error";
+    case kOk:
+      return "success";
+    case kNoMemory:
+      return "no room for the row";
+    case kBadArgument:
+      return "bad argument";
+    case kNotSupported:
+      return "TLV not supported on the port";
+    case kNoSuchRow:
+      return "no such row or end of walk";
+    case kBufferTooSmall:
+      return "buffer too small";
+    case kUnknownObject:
+      return "unknown object or operation";
+    case kAgentDisabled:
+      return "agent globally disabled";
+    default:
+      return "platform error";
   }
 }
 
@@ -202,7 +211,8 @@ void Client::exchange(const CmdRequest* reqs, size_t count, CmdReply* out, bool*
         fail(std::string("send: ") + std::strerror(errno));
       }
     }
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     if (left.count() <= 0) fail("no reply within " + std::to_string(opt_.timeoutMs) + " ms");
     pollfd p{fd_, static_cast<short>(POLLIN | (sent < out_.size() ? POLLOUT : 0)), 0};
     const int pr = ::poll(&p, 1, static_cast<int>(left.count()));
@@ -242,12 +252,9 @@ std::vector<uint8_t> Client::getBytes(uint32_t op, uint32_t index, uint32_t obje
 }
 
 Walk<std::vector<uint8_t>> keyWalk(Client& c, uint32_t firstOp, uint32_t nextOp, std::vector<uint8_t> seed) {
-  WalkSpec s;
-  s.firstOp = firstOp;
-  s.nextOp = nextOp;
-  s.seed = std::move(seed);
-  return Walk<std::vector<uint8_t>>(c, std::move(s),
-                                    [](WalkStep& st) { return std::optional<std::vector<uint8_t>>(std::move(st.key)); });
+  WalkSpec s(firstOp, nextOp, std::move(seed));
+  return Walk<std::vector<uint8_t>>(
+      c, std::move(s), [](WalkStep& st) { return std::optional<std::vector<uint8_t>>(std::move(st.key)); });
 }
 
 }  // namespace lldpc

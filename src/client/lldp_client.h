@@ -85,11 +85,9 @@ class OperationError : public Error {
 // Request builders. An integer request carries `value` (word 0) and `len`
 // (word 1); a buffer Get asks for `capacity` bytes; a buffer Set supplies
 // `bytes`. withKey adds a key block (raw bytes of the operation's key record).
-CmdRequest intRequest(uint32_t op, uint32_t index, uint32_t object, uint32_t value = 0,
-                      uint32_t len = 0);
+CmdRequest intRequest(uint32_t op, uint32_t index, uint32_t object, uint32_t value = 0, uint32_t len = 0);
 CmdRequest bufGetRequest(uint32_t op, uint32_t index, uint32_t object, uint32_t capacity);
-CmdRequest bufSetRequest(uint32_t op, uint32_t index, uint32_t object,
-                         std::vector<uint8_t> bytes);
+CmdRequest bufSetRequest(uint32_t op, uint32_t index, uint32_t object, std::vector<uint8_t> bytes);
 CmdRequest withKey(CmdRequest req, std::vector<uint8_t> key);
 
 struct ClientOptions {
@@ -134,8 +132,7 @@ class Client {
   // else OperationError.
   CmdReply check(const CmdRequest& req);
   uint32_t getInt(uint32_t op, uint32_t index, uint32_t object);
-  std::vector<uint8_t> getBytes(uint32_t op, uint32_t index, uint32_t object,
-                                uint32_t capacity = 512);
+  std::vector<uint8_t> getBytes(uint32_t op, uint32_t index, uint32_t object, uint32_t capacity = 512);
 
  private:
   void run(const CmdRequest* reqs, size_t n, CmdReply* out);
@@ -166,11 +163,18 @@ struct WalkStep {
 };
 
 struct WalkSpec {
-  uint32_t firstOp = 0;
-  uint32_t nextOp = 0;
+  using Extra = std::function<void(const std::vector<uint8_t>& key, std::vector<CmdRequest>& out)>;
+  WalkSpec(uint32_t first, uint32_t next, std::vector<uint8_t> seedKey = {}, Extra extraRequests = {})
+      : firstOp(first), nextOp(next), seed(std::move(seedKey)), extra(std::move(extraRequests)) {}
+
+  uint32_t firstOp;
+  uint32_t nextOp;
   std::vector<uint8_t> seed;  // GetFirst's key record (e.g. a filter word), may be empty
   // The further requests for one row's key; may be empty.
-  std::function<void(const std::vector<uint8_t>& key, std::vector<CmdRequest>& out)> extra;
+  Extra extra;
+  // When set, the walk ends at the first key outside (a part of a table,
+  // such as one neighbour's entries of a list).
+  std::function<bool(const std::vector<uint8_t>& key)> within;
 };
 
 template <class T>
@@ -212,7 +216,7 @@ class Walk {
     pending_.reset();
     const CmdReply r = c_->call(withKey(intRequest(spec_.firstOp, 0, 0), spec_.seed));
     if (r.rc == kOk) {
-      pending_ = r.key;
+      if (!spec_.within || spec_.within(r.key)) pending_ = r.key;
     } else if (r.rc != kNoSuchRow) {
       throw OperationError(spec_.firstOp, 0, r.rc);
     }
@@ -244,8 +248,9 @@ class Walk {
       c_->callMany(reqs_, replies_);
       const CmdReply& next = replies_.back();
       if (next.rc == kOk) {
-        if (next.key == step.key) throw ConnectionError("walk of operation " + std::to_string(spec_.nextOp) + " did not move on");
-        pending_ = next.key;
+        if (next.key == step.key)
+          throw ConnectionError("walk of operation " + std::to_string(spec_.nextOp) + " did not move on");
+        if (!spec_.within || spec_.within(next.key)) pending_ = next.key;
       } else if (next.rc != kNoSuchRow) {
         throw OperationError(spec_.nextOp, 0, next.rc);
       }

@@ -3,8 +3,11 @@
 // scripted server that misbehaves: reply and event decoding, partial and
 // pipelined replies, key records, walks, the event stream and its
 // reconnection, unreachable sockets.
-#include <gtest/gtest.h>
+#include "client/lldp_client.h"
 
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -14,10 +17,6 @@
 #include <set>
 #include <thread>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-
-#include "client/lldp_client.h"
 #include "client/lldp_events.h"
 #include "platform/icm.h"
 #include "platform/linux/linux_platform.h"
@@ -52,7 +51,8 @@ uint32_t hBuf(uintptr_t, uint32_t obj, ZorValue* v) {
   auto* p = static_cast<uint8_t*>(v->buf);
   bool supplied = false;
   for (uint32_t i = 0; i < v->len; ++i) supplied |= p[i] != 0;
-  for (uint32_t i = 0; i < v->len; ++i) p[i] = supplied ? static_cast<uint8_t>(p[i] + 1) : static_cast<uint8_t>(obj);
+  for (uint32_t i = 0; i < v->len; ++i)
+    p[i] = supplied ? static_cast<uint8_t>(p[i] + 1) : static_cast<uint8_t>(obj);
   return 0;
 }
 uint32_t rowOf(uintptr_t key) {
@@ -140,7 +140,9 @@ class Scripted {
       in_.insert(in_.end(), b, b + n);
     }
   }
-  static void write(int c, const Bytes& b) { ASSERT_EQ(::send(c, b.data(), b.size(), MSG_NOSIGNAL), static_cast<ssize_t>(b.size())); }
+  static void write(int c, const Bytes& b) {
+    ASSERT_EQ(::send(c, b.data(), b.size(), MSG_NOSIGNAL), static_cast<ssize_t>(b.size()));
+  }
   std::atomic<int> stage{0};
 
  private:
@@ -228,7 +230,8 @@ TEST(ClientCall, IntegerBufferAndKeyedRequestsRoundTrip) {
     c.getInt(1, 0, 99);
     FAIL() << "no OperationError";
   } catch (const OperationError& e) {
-    EXPECT_EQ((std::vector<uint32_t>{e.op(), e.object(), e.code()}), (std::vector<uint32_t>{1, 99, 0x3E80010}));
+    EXPECT_EQ((std::vector<uint32_t>{e.op(), e.object(), e.code()}),
+              (std::vector<uint32_t>{1, 99, 0x3E80010}));
     EXPECT_NE(std::string(e.what()).find("unknown object"), std::string::npos) << e.what();
   }
 }
@@ -240,7 +243,8 @@ TEST(ClientCall, PipelinedBatchesLargerThanTheSocketBuffersComplete) {
   Client c(serverPath());
   std::vector<CmdRequest> reqs;
   for (uint32_t i = 0; i < 600; ++i)
-    reqs.push_back(i % 2 ? bufSetRequest(2, 0, 0, Bytes(32768, static_cast<uint8_t>(i))) : intRequest(1, 0, i));
+    reqs.push_back(i % 2 ? bufSetRequest(2, 0, 0, Bytes(32768, static_cast<uint8_t>(i)))
+                         : intRequest(1, 0, i));
   const auto replies = c.callMany(reqs);
   ASSERT_EQ(replies.size(), reqs.size());
   size_t wrong = 0;
@@ -272,10 +276,11 @@ TEST(ClientWalk, WalksYieldEveryRowInOrderAndGatherFieldsPerRow) {
                   out.push_back(withKey(intRequest(5, 0, 1), key));
                   out.push_back(withKey(intRequest(5, 0, 2), key));
                 }};
-  Walk<std::pair<uint32_t, uint32_t>> w(c, spec, [](WalkStep& st) -> std::optional<std::pair<uint32_t, uint32_t>> {
-    if (st.replies[0].rc != kOk) return std::nullopt;
-    return std::make_pair(st.replies[0].value, st.replies[1].value);
-  });
+  Walk<std::pair<uint32_t, uint32_t>> w(c, spec,
+                                        [](WalkStep& st) -> std::optional<std::pair<uint32_t, uint32_t>> {
+                                          if (st.replies[0].rc != kOk) return std::nullopt;
+                                          return std::make_pair(st.replies[0].value, st.replies[1].value);
+                                        });
   EXPECT_EQ(w.all(), (std::vector<std::pair<uint32_t, uint32_t>>{{31, 32}, {91, 92}}));
 
   gRows = {};
@@ -332,10 +337,27 @@ TEST(ClientCall, ABrokenOrSilentAgentIsAConnectionError) {
     uint32_t flags;
   };
   const Case cases[] = {
-      {"wrong magic", [](int c) { Bytes b = okReply(0); b[0] ^= 1; Scripted::write(c, b); }, 0},
-      {"data on an integer reply", [](int c) { const uint8_t d = 1; Scripted::write(c, cmdEncodeReply(0, 0, 1, nullptr, &d, 1)); }, 0},
+      {"wrong magic",
+       [](int c) {
+         Bytes b = okReply(0);
+         b[0] ^= 1;
+         Scripted::write(c, b);
+       },
+       0},
+      {"data on an integer reply",
+       [](int c) {
+         const uint8_t d = 1;
+         Scripted::write(c, cmdEncodeReply(0, 0, 1, nullptr, &d, 1));
+       },
+       0},
       {"no key block", [](int c) { Scripted::write(c, okReply(0)); }, kCmdFlagKey},
-      {"closed half way", [](int c) { Bytes b = okReply(0); b.resize(10); Scripted::write(c, b); }, 0},
+      {"closed half way",
+       [](int c) {
+         Bytes b = okReply(0);
+         b.resize(10);
+         Scripted::write(c, b);
+       },
+       0},
       {"silent", [](int) { std::this_thread::sleep_for(std::chrono::milliseconds(400)); }, 0},
   };
   for (const Case& k : cases) {
@@ -439,7 +461,8 @@ TEST(ClientEvents, TrapsAndRemoteChangesArriveDecoded) {
   ASSERT_TRUE(e && e->change);
   EXPECT_TRUE(e->change->added());
   EXPECT_EQ(e->change->index, (RemoteIndex{1, 2, 3, 4}));
-  EXPECT_EQ((std::vector<uint8_t>{e->change->sysCapEnabled[0], e->change->medTlvs[0]}), (std::vector<uint8_t>{0x28, 0x80}));
+  EXPECT_EQ((std::vector<uint8_t>{e->change->sysCapEnabled[0], e->change->medTlvs[0]}),
+            (std::vector<uint8_t>{0x28, 0x80}));
   e = ev.next(std::chrono::seconds(2));
   ASSERT_TRUE(e);
   EXPECT_EQ(e->arg, 5u);

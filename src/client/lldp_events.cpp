@@ -2,15 +2,15 @@
 // reopen a lost stream.
 #include "client/lldp_events.h"
 
-#include <cerrno>
-#include <cstring>
-#include <thread>
-
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <thread>
 
 namespace lldpc {
 
@@ -123,7 +123,8 @@ std::optional<Event> EventStream::next(std::chrono::milliseconds timeout) {
     if (fd_ >= 0) {
       if (auto e = decodeOne()) return e;
     }
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     if (left.count() <= 0) return std::nullopt;
     if (fd_ < 0) {
       std::this_thread::sleep_for(std::min(left, std::chrono::milliseconds(opt_.retryMs)));

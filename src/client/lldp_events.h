@@ -25,8 +25,8 @@ namespace lldpc {
 // The agent's remote-change message (event kind 1 from group 71): 56 bytes,
 // the change record in network byte order at offset 24.
 struct RemoteChange {
-  uint16_t type = 0;            // 280 a neighbour was added; 281 changed or deleted
-  RemoteIndex index;            // the neighbour's index in the remote tables
+  uint16_t type = 0;  // 280 a neighbour was added; 281 changed or deleted
+  RemoteIndex index;  // the neighbour's index in the remote tables
   uint8_t sysCapEnabled[2] = {0, 0};
   uint8_t dot1Tlvs[2] = {0, 0};  // first two bytes of each received-TLV map
   uint8_t dot3Tlvs[2] = {0, 0};

@@ -3,10 +3,14 @@
 // serves the single read, the walk and the request list alike.
 #include "client/lldp_objects.h"
 
+#include <arpa/inet.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
-
-#include <arpa/inet.h>
+#include <map>
+#include <span>
+#include <type_traits>
 
 namespace lldpc {
 
@@ -20,11 +24,13 @@ struct Field {
   void (*apply)(T&, CmdReply&);
 };
 
-template <class T, size_t N>
-void fieldRequests(const Field<T> (&fields)[N], uint32_t op, uint32_t index,
-                   const std::vector<uint8_t>* key, std::vector<CmdRequest>& out) {
-  for (const Field<T>& f : fields) {
-    CmdRequest r = f.capacity ? bufGetRequest(op, index, f.object, f.capacity) : intRequest(op, index, f.object);
+// `Fields` is a table: an array or a span of Field<T>.
+template <class Fields>
+void fieldRequests(const Fields& fields, uint32_t op, uint32_t index, const std::vector<uint8_t>* key,
+                   std::vector<CmdRequest>& out) {
+  for (const auto& f : fields) {
+    CmdRequest r =
+        f.capacity ? bufGetRequest(op, index, f.object, f.capacity) : intRequest(op, index, f.object);
     if (key) r = withKey(std::move(r), *key);
     out.push_back(std::move(r));
   }
@@ -33,10 +39,9 @@ void fieldRequests(const Field<T> (&fields)[N], uint32_t op, uint32_t index,
 // Fills `out` from the replies (from `first` on). Returns false when the row
 // is gone (no such row); throws OperationError for any other failure of a
 // field that is not optional.
-template <class T, size_t N>
-bool fieldApply(const Field<T> (&fields)[N], uint32_t op, std::vector<CmdReply>& replies, size_t first,
-                T& out) {
-  for (size_t i = 0; i < N; ++i) {
+template <class Fields, class T>
+bool fieldApply(const Fields& fields, uint32_t op, std::vector<CmdReply>& replies, size_t first, T& out) {
+  for (size_t i = 0; i < std::size(fields); ++i) {
     CmdReply& r = replies[first + i];
     if (r.rc == kOk) {
       fields[i].apply(out, r);
@@ -190,7 +195,9 @@ const Field<MR> kPortManAddr[] = {
 };
 
 using NB = Neighbour;
-const Field<NB> kNeighbourBasic[] = {
+// The first kBasicFields are the basic ones. Strings with 8-bit lengths fit
+// 256 bytes; the private ones come from one TLV, which fits 512.
+const Field<NB> kNeighbourDetail[] = {
     {robj::kChassisIdSubtype, 0, false, [](NB& n, CmdReply& r) { n.chassisIdSubtype = r.value; }},
     {robj::kChassisId, 256, false, [](NB& n, CmdReply& r) { n.chassisId = std::move(r.data); }},
     {robj::kPortIdSubtype, 0, false, [](NB& n, CmdReply& r) { n.portIdSubtype = r.value; }},
@@ -201,12 +208,106 @@ const Field<NB> kNeighbourBasic[] = {
     {robj::kCapSupported, 2, false, [](NB& n, CmdReply& r) { n.capSupported = octets2(r); }},
     {robj::kCapEnabled, 2, false, [](NB& n, CmdReply& r) { n.capEnabled = octets2(r); }},
     {robj::kTtl, 0, false, [](NB& n, CmdReply& r) { n.ttl = r.value; }},
+    {robj::kRxVlan, 0, false, [](NB& n, CmdReply& r) { n.rxVlan = r.value; }},
+    {robj::kDot1Tlvs, 2, false, [](NB& n, CmdReply& r) { n.dot1.tlvs = octets2(r); }},
+    {robj::kPvid, 0, false, [](NB& n, CmdReply& r) { n.dot1.pvid = r.value; }},
+    {robj::kDot3Tlvs, 2, false, [](NB& n, CmdReply& r) { n.dot3.tlvs = octets2(r); }},
+    {robj::kAutoNegSupported, 0, false, [](NB& n, CmdReply& r) { n.dot3.autoNegSupported = r.value; }},
+    {robj::kAutoNegEnabled, 0, false, [](NB& n, CmdReply& r) { n.dot3.autoNegEnabled = r.value; }},
+    {robj::kAutoNegAdvertised, 2, false, [](NB& n, CmdReply& r) { n.dot3.autoNegAdvertised = octets2(r); }},
+    {robj::kMauType, 0, false, [](NB& n, CmdReply& r) { n.dot3.mauType = r.value; }},
+    {robj::kPowerPortClassPse, 0, false, [](NB& n, CmdReply& r) { n.dot3.powerPortClassPse = r.value; }},
+    {robj::kMdiPowerSupported, 0, false, [](NB& n, CmdReply& r) { n.dot3.mdiPowerSupported = r.value; }},
+    {robj::kMdiPowerEnabled, 0, false, [](NB& n, CmdReply& r) { n.dot3.mdiPowerEnabled = r.value; }},
+    {robj::kPairControl, 0, false, [](NB& n, CmdReply& r) { n.dot3.pairControl = r.value; }},
+    {robj::kPowerPairs, 0, false, [](NB& n, CmdReply& r) { n.dot3.powerPairs = r.value; }},
+    {robj::kPowerClass, 0, false, [](NB& n, CmdReply& r) { n.dot3.powerClass = r.value; }},
+    {robj::kExtPower, 0, false, [](NB& n, CmdReply& r) { n.dot3.extendedPower = r.value; }},
+    {robj::kPowerType, 0, false, [](NB& n, CmdReply& r) { n.dot3.powerType = r.value; }},
+    {robj::kPowerSource, 0, false, [](NB& n, CmdReply& r) { n.dot3.powerSource = r.value; }},
+    {robj::kPowerPriority, 0, false, [](NB& n, CmdReply& r) { n.dot3.powerPriority = r.value; }},
+    {robj::kPdRequested, 0, false, [](NB& n, CmdReply& r) { n.dot3.pdRequested = r.value; }},
+    {robj::kPseAllocated, 0, false, [](NB& n, CmdReply& r) { n.dot3.pseAllocated = r.value; }},
+    {robj::kLinkAggStatus, 1, false, [](NB& n, CmdReply& r) { n.dot3.linkAggStatus = octet(r); }},
+    {robj::kAggPortId, 0, false, [](NB& n, CmdReply& r) { n.dot3.aggPortId = r.value; }},
+    {robj::kMaxFrameSize, 0, false, [](NB& n, CmdReply& r) { n.dot3.maxFrameSize = r.value; }},
+    {robj::kMedCapabilities, 2, false, [](NB& n, CmdReply& r) { n.med.capabilities = octets2(r); }},
+    {robj::kMedTlvs, 2, false, [](NB& n, CmdReply& r) { n.med.tlvs = octets2(r); }},
+    {robj::kMedDeviceClass, 0, false, [](NB& n, CmdReply& r) { n.med.deviceClass = r.value; }},
+    {robj::kMedHwRev + 0, 32, false, [](NB& n, CmdReply& r) { n.med.inventory.hardwareRev = text(r); }},
+    {robj::kMedHwRev + 1, 32, false, [](NB& n, CmdReply& r) { n.med.inventory.firmwareRev = text(r); }},
+    {robj::kMedHwRev + 2, 32, false, [](NB& n, CmdReply& r) { n.med.inventory.softwareRev = text(r); }},
+    {robj::kMedHwRev + 3, 32, false, [](NB& n, CmdReply& r) { n.med.inventory.serialNumber = text(r); }},
+    {robj::kMedHwRev + 4, 32, false, [](NB& n, CmdReply& r) { n.med.inventory.manufacturer = text(r); }},
+    {robj::kMedHwRev + 5, 32, false, [](NB& n, CmdReply& r) { n.med.inventory.model = text(r); }},
+    {robj::kMedHwRev + 6, 32, false, [](NB& n, CmdReply& r) { n.med.inventory.assetId = text(r); }},
+    {robj::kMedPowerType, 0, false, [](NB& n, CmdReply& r) { n.med.powerType = r.value; }},
+    {robj::kMedPowerValue, 0, false, [](NB& n, CmdReply& r) { n.med.powerValue = r.value; }},
+    {robj::kMedPowerSource, 0, false, [](NB& n, CmdReply& r) { n.med.powerSource = r.value; }},
+    {robj::kMedPowerPriority, 0, false, [](NB& n, CmdReply& r) { n.med.powerPriority = r.value; }},
+    {robj::kPrivSupported, 2, false, [](NB& n, CmdReply& r) { n.priv.supported = octets2(r); }},
+    {robj::kPrivTlvs, 2, false, [](NB& n, CmdReply& r) { n.priv.tlvs = octets2(r); }},
+    {robj::kPrivSysOid, 512, false, [](NB& n, CmdReply& r) { n.priv.sysOid = std::move(r.data); }},
+    {robj::kPrivHwRev + 0, 512, false, [](NB& n, CmdReply& r) { n.priv.inventory.hardwareRev = text(r); }},
+    {robj::kPrivHwRev + 1, 512, false, [](NB& n, CmdReply& r) { n.priv.inventory.firmwareRev = text(r); }},
+    {robj::kPrivHwRev + 2, 512, false, [](NB& n, CmdReply& r) { n.priv.inventory.softwareRev = text(r); }},
+    {robj::kPrivHwRev + 3, 512, false, [](NB& n, CmdReply& r) { n.priv.inventory.serialNumber = text(r); }},
+    {robj::kPrivHwRev + 4, 512, false, [](NB& n, CmdReply& r) { n.priv.inventory.manufacturer = text(r); }},
+    {robj::kPrivHwRev + 5, 512, false, [](NB& n, CmdReply& r) { n.priv.inventory.model = text(r); }},
+    {robj::kPrivHwRev + 6, 512, false, [](NB& n, CmdReply& r) { n.priv.inventory.assetId = text(r); }},
+};
+constexpr size_t kBasicFields = 10;
+const std::span<const Field<NB>> kNeighbourBasic(kNeighbourDetail, kBasicFields);
+
+// The lists' entries: the objects of their Get operations.
+const Field<RemoteMgmtAddress> kRemMgmtAddr[] = {
+    {1, 0, false, [](RemoteMgmtAddress& e, CmdReply& r) { e.ifSubtype = r.value; }},
+    {2, 0, false, [](RemoteMgmtAddress& e, CmdReply& r) { e.ifId = r.value; }},
+    {3, 512, false, [](RemoteMgmtAddress& e, CmdReply& r) { e.oid = std::move(r.data); }},
+};
+const Field<RemoteTlv> kRemUnknownTlv[] = {
+    {1, 512, false, [](RemoteTlv& e, CmdReply& r) { e.info = std::move(r.data); }}};
+const Field<RemoteOrgTlv> kRemOrgTlv[] = {
+    {1, 512, false, [](RemoteOrgTlv& e, CmdReply& r) { e.info = std::move(r.data); }}};
+const Field<RemotePpvid> kRemPpvid[] = {
+    {1, 0, false, [](RemotePpvid& e, CmdReply& r) { e.supported = r.value; }},
+    {2, 0, false, [](RemotePpvid& e, CmdReply& r) { e.enabled = r.value; }},
+};
+const Field<RemoteVlanName> kRemVlanName[] = {
+    {1, 64, false, [](RemoteVlanName& e, CmdReply& r) { e.name = text(r); }}};
+const Field<RemoteProtocol> kRemProto[] = {
+    {1, 512, false, [](RemoteProtocol& e, CmdReply& r) { e.identity = std::move(r.data); }}};
+#define LLDPC_POLICY_FIELDS(T, m)                                                       \
+  {polobj::kVlan, 0, false, [](T& e, CmdReply& r) { e.m.vlan = r.value; }},             \
+      {polobj::kPriority, 0, false, [](T& e, CmdReply& r) { e.m.priority = r.value; }}, \
+      {polobj::kDscp, 0, false, [](T& e, CmdReply& r) { e.m.dscp = r.value; }},         \
+      {polobj::kUnknown, 0, false, [](T& e, CmdReply& r) { e.m.unknown = r.value; }}, { \
+    polobj::kTagged, 0, false, [](T& e, CmdReply& r) { e.m.tagged = r.value; }          \
+  }
+const Field<RemotePolicy> kRemPolicy[] = {LLDPC_POLICY_FIELDS(RemotePolicy, policy)};
+const Field<LocalPolicy> kLocalPolicy[] = {LLDPC_POLICY_FIELDS(LocalPolicy, policy)};
+#undef LLDPC_POLICY_FIELDS
+const Field<RemoteLocation> kRemLocation[] = {
+    {1, 512, true, [](RemoteLocation& e, CmdReply& r) { e.value = std::move(r.data); }},
+    {2, 512, false, [](RemoteLocation& e, CmdReply& r) { e.data = std::move(r.data); }},
+};
+
+const Field<LocalVlanName> kLocalVlanName[] = {
+    {1, 64, false, [](LocalVlanName& e, CmdReply& r) { e.name = text(r); }}};
+const Field<LocalProtoVlan> kLocalProtoVlan[] = {
+    {1, 0, false, [](LocalProtoVlan& e, CmdReply& r) { e.supported = r.value; }},
+    {2, 0, false, [](LocalProtoVlan& e, CmdReply& r) { e.enabled = r.value; }},
+};
+const Field<LocalLocation> kLocalLocation[] = {
+    {0, 0, false, [](LocalLocation& e, CmdReply& r) { e.configured = r.value == 1; }},
+    {1, 512, false, [](LocalLocation& e, CmdReply& r) { e.value = std::move(r.data); }},
+    {2, 512, false, [](LocalLocation& e, CmdReply& r) { e.data = std::move(r.data); }},
 };
 
 // Reads one record of a field table in one round trip.
-template <class T, size_t N>
-bool readRecord(Client& c, const Field<T> (&fields)[N], uint32_t op, uint32_t index,
-                const std::vector<uint8_t>* key, T& out) {
+template <class Fields, class T>
+bool readRecord(Client& c, const Fields& fields, uint32_t op, uint32_t index, const std::vector<uint8_t>* key,
+                T& out) {
   std::vector<CmdRequest> reqs;
   fieldRequests(fields, op, index, key, reqs);
   std::vector<CmdReply> replies;
@@ -246,7 +347,8 @@ void clearGlobalCounters(Client& c) { setGlobal(c, gobj::kCountersCleared, 0); }
 // ---- Ports --------------------------------------------------------------------
 Walk<uint32_t> portUnits(Client& c, uint32_t filter) {
   WalkSpec s{op::kLocPortGetFirst, op::kLocPortGetNext, keyWords({filter, 0}), {}};
-  return Walk<uint32_t>(c, std::move(s), [](WalkStep& st) { return std::optional<uint32_t>(portOfKey(st.key, 4)); });
+  return Walk<uint32_t>(c, std::move(s),
+                        [](WalkStep& st) { return std::optional<uint32_t>(portOfKey(st.key, 4)); });
 }
 
 std::optional<PortInfo> getPort(Client& c, uint32_t unit) {
@@ -257,7 +359,9 @@ std::optional<PortInfo> getPort(Client& c, uint32_t unit) {
 }
 
 Walk<PortInfo> portWalk(Client& c) {
-  WalkSpec s{op::kPortGetFirst, op::kPortGetNext, {},
+  WalkSpec s{op::kPortGetFirst,
+             op::kPortGetNext,
+             {},
              [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
                fieldRequests(kPort, op::kPortGet, portOfKey(key, 4), nullptr, out);
              }};
@@ -314,7 +418,8 @@ std::optional<MgmtAddress> MgmtAddress::parse(const std::string& t) {
   }
   unsigned m[6];
   char extra;
-  if (std::sscanf(t.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%c", &m[0], &m[1], &m[2], &m[3], &m[4], &m[5], &extra) == 6 &&
+  if (std::sscanf(t.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%c", &m[0], &m[1], &m[2], &m[3], &m[4], &m[5], &extra) ==
+          6 &&
       t.size() == 17) {
     a.subtype = 6;
     for (unsigned v : m) a.bytes.push_back(static_cast<uint8_t>(v));
@@ -361,7 +466,9 @@ MgmtAddress manAddrFromKey(const std::vector<uint8_t>& key) {
 }
 
 Walk<ManAddrRow> manAddrWalk(Client& c) {
-  WalkSpec s{op::kManAddrGetFirst, op::kManAddrGetNext, {},
+  WalkSpec s{op::kManAddrGetFirst,
+             op::kManAddrGetNext,
+             {},
              [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
                fieldRequests(kManAddr, op::kManAddrGet, 0, &key, out);
              }};
@@ -374,7 +481,9 @@ Walk<ManAddrRow> manAddrWalk(Client& c) {
 }
 
 Walk<ManAddrRow> portManAddrWalk(Client& c) {
-  WalkSpec s{op::kPortManAddrGetFirst, op::kPortManAddrGetNext, {},
+  WalkSpec s{op::kPortManAddrGetFirst,
+             op::kPortManAddrGetNext,
+             {},
              [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
                fieldRequests(kPortManAddr, op::kPortManAddrGet, 0, &key, out);
              }};
@@ -390,7 +499,8 @@ Walk<ManAddrRow> portManAddrWalk(Client& c) {
 void addManAddr(Client& c, const MgmtAddress& a) {
   // Object 0 is the map of the ports that advertise the row; any non-empty
   // map creates it.
-  c.check(withKey(bufSetRequest(op::kManAddrSet, 0, mobj::kPorts, std::vector<uint8_t>(512, 0xFF)), manAddrKey(a)));
+  c.check(withKey(bufSetRequest(op::kManAddrSet, 0, mobj::kPorts, std::vector<uint8_t>(512, 0xFF)),
+                  manAddrKey(a)));
 }
 
 void deleteManAddr(Client& c, const MgmtAddress& a) {
@@ -414,23 +524,153 @@ RemoteIndex RemoteIndex::fromKey(const std::vector<uint8_t>& key) {
   return RemoteIndex{keyWord(key, 0), keyWord(key, 4), keyWord(key, 8), keyWord(key, 12)};
 }
 
-Walk<RemoteIndex> neighbourIndexes(Client& c) {
-  WalkSpec s{op::kRemSysGetFirst, op::kRemSysGetNext, {}, {}};
-  return Walk<RemoteIndex>(c, std::move(s),
-                           [](WalkStep& st) { return std::optional<RemoteIndex>(RemoteIndex::fromKey(st.key)); });
+namespace {
+
+std::pair<uint32_t, uint32_t> remoteWalkOps(RemoteFilter f) {
+  switch (f) {
+    case RemoteFilter::All:
+      return {19, 20};
+    case RemoteFilter::Dot1Pvid:
+      return {85, 86};
+    case RemoteFilter::Dot3MacPhy:
+      return {87, 88};
+    case RemoteFilter::Dot3Power:
+      return {89, 90};
+    case RemoteFilter::Dot3LinkAgg:
+      return {91, 92};
+    case RemoteFilter::Dot3MaxFrame:
+      return {93, 94};
+    case RemoteFilter::MedCapable:
+      return {95, 96};
+    case RemoteFilter::MedPoePse:
+      return {81, 82};
+    case RemoteFilter::MedPoePd:
+      return {79, 80};
+    case RemoteFilter::MedInventory:
+      return {97, 98};
+    case RemoteFilter::MedPoe:
+      return {83, 84};
+  }
+  return {19, 20};
 }
 
-Walk<Neighbour> neighbours(Client& c) {
-  WalkSpec s{op::kRemSysGetFirst, op::kRemSysGetNext, {},
-             [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-               fieldRequests(kNeighbourBasic, op::kRemSysGet, 0, &key, out);
+Walk<Neighbour> neighbourWalk(Client& c, RemoteFilter filter, std::span<const Field<Neighbour>> fields,
+                              bool detailed) {
+  const auto [first, next] = remoteWalkOps(filter);
+  WalkSpec s{first, next, {}, [fields](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
+               fieldRequests(fields, op::kRemSysGet, 0, &key, out);
              }};
-  return Walk<Neighbour>(c, std::move(s), [](WalkStep& st) -> std::optional<Neighbour> {
+  return Walk<Neighbour>(c, std::move(s), [fields, detailed](WalkStep& st) -> std::optional<Neighbour> {
     Neighbour n;
     n.index = RemoteIndex::fromKey(st.key);
-    if (!fieldApply(kNeighbourBasic, op::kRemSysGet, st.replies, 0, n)) return std::nullopt;
+    n.detailed = detailed;
+    if (!fieldApply(fields, op::kRemSysGet, st.replies, 0, n)) return std::nullopt;
     return n;
   });
+}
+
+bool sameRecord(const std::vector<uint8_t>& key, const std::vector<uint8_t>& index16) {
+  return key.size() >= 16 && std::equal(index16.begin(), index16.end(), key.begin());
+}
+
+// A walk of one list table (GetFirst, GetNext, Get at base, base + 1,
+// base + 2), each entry with the objects of `fields`. With `one`, only that
+// neighbour's entries: the walk starts with a GetNext from the record's index
+// and an entry key of zeros, below every entry.
+template <class T>
+Walk<T> listWalk(Client& c, uint32_t base, std::type_identity_t<std::span<const Field<T>>> fields,
+                 void (*fromKey)(T&, const std::vector<uint8_t>&), const RemoteIndex* one = nullptr) {
+  WalkSpec s{
+      base, base + 1, {}, [base, fields](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
+        fieldRequests(fields, base + 2, 0, &key, out);
+      }};
+  if (one) {
+    std::vector<uint8_t> index16 = one->key();
+    index16.resize(16);
+    s.firstOp = base + 1;
+    s.seed = index16;
+    s.within = [index16](const std::vector<uint8_t>& key) { return sameRecord(key, index16); };
+  }
+  return Walk<T>(c, std::move(s), [base, fields, fromKey](WalkStep& st) -> std::optional<T> {
+    T e;
+    fromKey(e, st.key);
+    if (!fieldApply(fields, base + 2, st.replies, 0, e)) return std::nullopt;
+    return e;
+  });
+}
+
+void keyMgmtAddr(RemoteMgmtAddress& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  if (k.size() < 53) return;
+  e.addr.subtype = static_cast<uint8_t>(keyWord(k, 16));
+  e.addr.bytes.assign(k.begin() + 20, k.begin() + 20 + (k[52] > 32 ? 32 : k[52]));
+}
+void keyUnknownTlv(RemoteTlv& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  e.type = keyWord(k, 16);
+  e.place = keyWord(k, 20);
+}
+void keyOrgTlv(RemoteOrgTlv& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  e.oui = keyWord(k, 16) >> 8;
+  e.subtype = keyWord(k, 16) & 0xFF;
+  e.place = keyWord(k, 20);
+}
+void keyPpvid(RemotePpvid& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  e.ppvid = keyWord(k, 16);
+  e.place = keyWord(k, 20);
+}
+void keyVlanName(RemoteVlanName& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  e.vlan = keyWord(k, 16);
+  e.place = keyWord(k, 20);
+}
+void keyProto(RemoteProtocol& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  e.entry = keyWord(k, 16);
+  e.place = keyWord(k, 20);
+}
+void keyPolicy(RemotePolicy& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  e.policy.appType = keyWord(k, 16);
+}
+void keyLocation(RemoteLocation& e, const std::vector<uint8_t>& k) {
+  e.index = RemoteIndex::fromKey(k);
+  e.format = keyWord(k, 16);
+}
+
+// Each list of one neighbour, or of all of them, handed to `put`.
+template <class Put>
+void readLists(Client& c, const RemoteIndex* one, Put put) {
+  for (auto& e : listWalk(c, op::kRemManAddr, kRemMgmtAddr, keyMgmtAddr, one))
+    put(e.index)->mgmtAddresses.push_back(e);
+  for (auto& e : listWalk(c, op::kRemUnknownTlv, kRemUnknownTlv, keyUnknownTlv, one))
+    put(e.index)->unknownTlvs.push_back(e);
+  for (auto& e : listWalk(c, op::kRemOrgDefInfo, kRemOrgTlv, keyOrgTlv, one))
+    put(e.index)->orgTlvs.push_back(e);
+  for (auto& e : listWalk(c, op::kRemPpvid, kRemPpvid, keyPpvid, one)) put(e.index)->dot1.ppvids.push_back(e);
+  for (auto& e : listWalk(c, op::kRemVlanName, kRemVlanName, keyVlanName, one))
+    put(e.index)->dot1.vlanNames.push_back(e);
+  for (auto& e : listWalk(c, op::kRemProto, kRemProto, keyProto, one))
+    put(e.index)->dot1.protocols.push_back(e);
+  for (auto& e : listWalk(c, op::kRemMediaPolicy, kRemPolicy, keyPolicy, one))
+    put(e.index)->med.policies.push_back(e);
+  for (auto& e : listWalk(c, op::kRemLocation, kRemLocation, keyLocation, one))
+    put(e.index)->med.locations.push_back(e);
+}
+
+}  // namespace
+
+Walk<RemoteIndex> neighbourIndexes(Client& c, RemoteFilter filter) {
+  const auto [first, next] = remoteWalkOps(filter);
+  WalkSpec s{first, next, {}, {}};
+  return Walk<RemoteIndex>(
+      c, std::move(s), [](WalkStep& st) { return std::optional<RemoteIndex>(RemoteIndex::fromKey(st.key)); });
+}
+
+Walk<Neighbour> neighbours(Client& c, RemoteFilter filter) {
+  return neighbourWalk(c, filter, kNeighbourBasic, false);
 }
 
 std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index) {
@@ -439,6 +679,126 @@ std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index) {
   const std::vector<uint8_t> key = index.key();
   if (!readRecord(c, kNeighbourBasic, op::kRemSysGet, 0, &key, n)) return std::nullopt;
   return n;
+}
+
+std::vector<Neighbour> neighboursDetail(Client& c) {
+  std::vector<Neighbour> all = neighbourWalk(c, RemoteFilter::All, kNeighbourDetail, true).all();
+  std::map<RemoteIndex, Neighbour*> byIndex;
+  for (Neighbour& n : all) byIndex[n.index] = &n;
+  // An entry of a neighbour that came after the walk above has nowhere to go.
+  Neighbour stray;
+  readLists(c, nullptr, [&](const RemoteIndex& i) {
+    auto it = byIndex.find(i);
+    return it == byIndex.end() ? &stray : it->second;
+  });
+  return all;
+}
+
+std::optional<Neighbour> getNeighbourDetail(Client& c, const RemoteIndex& index) {
+  Neighbour n;
+  n.index = index;
+  n.detailed = true;
+  const std::vector<uint8_t> key = index.key();
+  if (!readRecord(c, kNeighbourDetail, op::kRemSysGet, 0, &key, n)) return std::nullopt;
+  readLists(c, &index, [&n](const RemoteIndex&) { return &n; });
+  return n;
+}
+
+Walk<RemoteMgmtAddress> remoteMgmtAddresses(Client& c) {
+  return listWalk(c, op::kRemManAddr, kRemMgmtAddr, keyMgmtAddr);
+}
+Walk<RemoteTlv> remoteUnknownTlvs(Client& c) {
+  return listWalk(c, op::kRemUnknownTlv, kRemUnknownTlv, keyUnknownTlv);
+}
+Walk<RemoteOrgTlv> remoteOrgTlvs(Client& c) { return listWalk(c, op::kRemOrgDefInfo, kRemOrgTlv, keyOrgTlv); }
+Walk<RemotePpvid> remotePpvids(Client& c) { return listWalk(c, op::kRemPpvid, kRemPpvid, keyPpvid); }
+Walk<RemoteVlanName> remoteVlanNames(Client& c) {
+  return listWalk(c, op::kRemVlanName, kRemVlanName, keyVlanName);
+}
+Walk<RemoteProtocol> remoteProtocols(Client& c) { return listWalk(c, op::kRemProto, kRemProto, keyProto); }
+Walk<RemotePolicy> remotePolicies(Client& c) {
+  return listWalk(c, op::kRemMediaPolicy, kRemPolicy, keyPolicy);
+}
+Walk<RemoteLocation> remoteLocations(Client& c) {
+  return listWalk(c, op::kRemLocation, kRemLocation, keyLocation);
+}
+
+// ---- Local 802.1 and LLDP-MED tables ---------------------------------------------
+namespace {
+
+// A walk of a local table keyed {port unit, second word}: GetFirst, GetNext
+// and Get at base, base + 1, base + 2.
+template <class T, class FromKey>
+Walk<T> portPairWalk(Client& c, uint32_t base, std::type_identity_t<std::span<const Field<T>>> fields,
+                     FromKey fromKey) {
+  WalkSpec s{
+      base, base + 1, {}, [base, fields](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
+        fieldRequests(fields, base + 2, 0, &key, out);
+      }};
+  return Walk<T>(c, std::move(s), [base, fields, fromKey](WalkStep& st) -> std::optional<T> {
+    T e;
+    fromKey(e, keyWord(st.key, 0), keyWord(st.key, 4));
+    if (!fieldApply(fields, base + 2, st.replies, 0, e)) return std::nullopt;
+    return e;
+  });
+}
+
+}  // namespace
+
+Walk<LocalVlanName> localVlanNames(Client& c) {
+  return portPairWalk<LocalVlanName>(c, op::kVlanName, kLocalVlanName,
+                                     [](LocalVlanName& e, uint32_t u, uint32_t v) {
+                                       e.unit = u;
+                                       e.vlan = v;
+                                     });
+}
+
+Walk<LocalProtoVlan> localProtoVlans(Client& c) {
+  return portPairWalk<LocalProtoVlan>(c, op::kProtoVlan, kLocalProtoVlan,
+                                      [](LocalProtoVlan& e, uint32_t u, uint32_t v) {
+                                        e.unit = u;
+                                        e.vlan = v;
+                                      });
+}
+
+Walk<LocalPolicy> localPolicies(Client& c) {
+  return portPairWalk<LocalPolicy>(c, op::kMediaPolicy, kLocalPolicy,
+                                   [](LocalPolicy& e, uint32_t u, uint32_t t) {
+                                     e.unit = u;
+                                     e.policy.appType = t;
+                                   });
+}
+
+Walk<LocalLocation> localLocations(Client& c) {
+  return portPairWalk<LocalLocation>(c, op::kLocation, kLocalLocation,
+                                     [](LocalLocation& e, uint32_t u, uint32_t f) {
+                                       e.unit = u;
+                                       e.format = f;
+                                     });
+}
+
+void setVlanNameAdvertised(Client& c, uint32_t unit, uint32_t vlan, bool on) {
+  c.check(withKey(intRequest(op::kVlanName + 3, 0, 0, on ? 1 : 2), keyWords({unit, vlan})));
+}
+
+void setProtoVlanAdvertised(Client& c, uint32_t unit, uint32_t vlan, bool on) {
+  c.check(withKey(intRequest(op::kProtoVlan + 3, 0, 0, on ? 1 : 2), keyWords({unit, vlan})));
+}
+
+bool protocolRunning(Client& c, uint32_t unit, uint32_t protocol) {
+  return c.check(intRequest(op::kDot1ProtoGet, unit, 25, protocol)).len == 1;
+}
+
+void setPolicy(Client& c, uint32_t unit, uint32_t appType, uint32_t object, uint32_t value) {
+  c.check(withKey(intRequest(op::kMediaPolicy + 3, 0, object, value), keyWords({unit, appType})));
+}
+
+void setLocation(Client& c, uint32_t unit, uint32_t format, const std::vector<uint8_t>& value) {
+  c.check(withKey(bufSetRequest(op::kLocation + 3, 0, 1, value), keyWords({unit, format})));
+}
+
+void removeLocation(Client& c, uint32_t unit, uint32_t format) {
+  c.check(withKey(intRequest(op::kLocation + 3, 0, 0, 2), keyWords({unit, format})));
 }
 
 }  // namespace lldpc

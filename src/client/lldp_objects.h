@@ -30,7 +30,7 @@ struct GlobalConfig {
   uint32_t reinitDelay = 0;
   uint32_t txDelay = 0;
   uint32_t trapInterval = 0;
-  uint32_t mode = 0;         // 1 standard (01-80-C2-00-00-0E), 2 broadcast
+  uint32_t mode = 0;  // 1 standard (01-80-C2-00-00-0E), 2 broadcast
   uint32_t defaultMode = 0;
   uint32_t debugFlags = 0;
   uint32_t medDeviceClass = 0;
@@ -87,20 +87,21 @@ struct PortInfo {
   uint32_t unit = 0;
   uint32_t adminStatus = 0;    // 1 transmit, 2 receive, 3 both, 4 disabled
   uint32_t notifications = 0;  // 1 on, 2 off
-  uint8_t basicSupported = 0, basicEnabled = 0;  // 0x80 port descr., 0x40 sys name, 0x20 sys descr., 0x10 caps
+  uint8_t basicSupported = 0,
+          basicEnabled = 0;  // 0x80 port descr., 0x40 sys name, 0x20 sys descr., 0x10 caps
   uint32_t portIdSubtype = 0;
   std::optional<std::vector<uint8_t>> portId;
   std::optional<std::string> portDescr;
   uint8_t dot1Supported = 0, dot1Enabled = 0;  // bit 0 PVID, 1 PPVID, 2 VLAN name, 3 protocol identity
   uint32_t pvidTx = 0, protoIdTx = 0;          // 1 on, 2 off
   std::optional<uint32_t> pvid;
-  std::vector<uint16_t> vlanNames;  // VLANs whose names the port advertises
-  std::vector<uint16_t> ppvids;     // VLANs advertised as port-and-protocol VLAN IDs
+  std::vector<uint16_t> vlanNames;             // VLANs whose names the port advertises
+  std::vector<uint16_t> ppvids;                // VLANs advertised as port-and-protocol VLAN IDs
   uint8_t dot3Supported = 0, dot3Enabled = 0;  // bit 0 MAC/PHY, 1 power, 2 aggregation, 3 max frame
   std::optional<uint32_t> autoNegSupported, autoNegEnabled, mauType;
   std::optional<std::vector<uint8_t>> autoNegAdvertised;
-  std::optional<uint32_t> powerPortClass, mdiPowerSupported, mdiPowerEnabled, powerPairControl,
-      powerPairs, powerClass;
+  std::optional<uint32_t> powerPortClass, mdiPowerSupported, mdiPowerEnabled, powerPairControl, powerPairs,
+      powerClass;
   std::optional<uint32_t> medPowerDeviceType, psePowerSource, psePowerPriority, psePowerValue;
   std::optional<uint8_t> linkAggStatus;
   std::optional<uint32_t> aggPortId, maxFrameSize;
@@ -160,6 +161,7 @@ void deletePortManAddr(Client& c, uint32_t unit, const MgmtAddress& a);
 // ---- Neighbours -------------------------------------------------------------------
 // A neighbour's index in the remote tables: its 20-byte key record is the
 // time mark (high, low), the local port unit, the remote index and a filter.
+// The lists' key records start with its first 16 bytes.
 struct RemoteIndex {
   uint32_t timeMarkHigh = 0, timeMarkLow = 0;
   uint32_t port = 0;
@@ -167,10 +169,87 @@ struct RemoteIndex {
   std::vector<uint8_t> key(uint32_t filter = 0) const;
   static RemoteIndex fromKey(const std::vector<uint8_t>& key);
   bool operator==(const RemoteIndex&) const = default;
+  auto operator<=>(const RemoteIndex& o) const {
+    // The remote tables' order; the remote index compares as a signed number.
+    if (auto c = timeMarkHigh <=> o.timeMarkHigh; c != 0) return c;
+    if (auto c = timeMarkLow <=> o.timeMarkLow; c != 0) return c;
+    if (auto c = port <=> o.port; c != 0) return c;
+    return static_cast<int32_t>(remIndex) <=> static_cast<int32_t>(o.remIndex);
+  }
+};
+
+// The neighbours a walk visits: every one, or those that sent a TLV.
+enum class RemoteFilter {
+  All,           // 19, 20
+  Dot1Pvid,      // 85, 86: 802.1 port VLAN ID
+  Dot3MacPhy,    // 87, 88
+  Dot3Power,     // 89, 90
+  Dot3LinkAgg,   // 91, 92
+  Dot3MaxFrame,  // 93, 94
+  MedCapable,    // 95, 96: the LLDP-MED endpoints
+  MedPoePse,     // 81, 82
+  MedPoePd,      // 79, 80
+  MedInventory,  // 97, 98
+  MedPoe,        // 83, 84: the PSE walk, then the PD walk
+};
+
+struct MediaPolicy {
+  uint32_t appType = 0;  // 1 voice ... 8 video signalling
+  uint32_t vlan = 0;
+  uint32_t priority = 0;
+  uint32_t dscp = 0;
+  uint32_t unknown = 0;  // 1 set, 0 clear
+  uint32_t tagged = 0;   // 1 tagged, 2 untagged
+  bool operator==(const MediaPolicy&) const = default;
+};
+
+// The entries of the remote records' lists. `place` is an entry's position
+// in the neighbour's list (1 first), which tells equal entries apart.
+struct RemoteMgmtAddress {
+  RemoteIndex index;
+  MgmtAddress addr;
+  uint32_t ifSubtype = 0, ifId = 0;
+  std::vector<uint8_t> oid;  // 4 bytes per arc, or the octets received when not an identifier
+};
+struct RemoteTlv {  // a TLV of types 9-126
+  RemoteIndex index;
+  uint32_t type = 0, place = 0;
+  std::vector<uint8_t> info;
+};
+struct RemoteOrgTlv {  // an organisationally specific TLV no decoder took
+  RemoteIndex index;
+  uint32_t oui = 0, subtype = 0, place = 0;
+  std::vector<uint8_t> info;
+};
+struct RemotePpvid {
+  RemoteIndex index;
+  uint32_t ppvid = 0, place = 0;
+  uint32_t supported = 0, enabled = 0;  // truth values
+};
+struct RemoteVlanName {
+  RemoteIndex index;
+  uint32_t vlan = 0, place = 0;
+  std::string name;
+};
+struct RemoteProtocol {
+  RemoteIndex index;
+  uint32_t entry = 0, place = 0;
+  std::vector<uint8_t> identity;
+};
+struct RemotePolicy {
+  RemoteIndex index;
+  MediaPolicy policy;
+};
+struct RemoteLocation {
+  RemoteIndex index;
+  uint32_t format = 0;                        // 1 coordinate, 2 civic address, 3 ELIN
+  std::optional<std::vector<uint8_t>> value;  // as a client sets it (coordinates: the text)
+  std::vector<uint8_t> data;                  // as received
 };
 
 struct Neighbour {
   RemoteIndex index;
+  // Basic fields (every read).
   uint32_t chassisIdSubtype = 0;
   std::vector<uint8_t> chassisId;
   uint32_t portIdSubtype = 0;
@@ -180,13 +259,106 @@ struct Neighbour {
   std::string sysDescr;
   uint16_t capSupported = 0, capEnabled = 0;
   uint32_t ttl = 0;  // seconds left before the neighbour ages out
+
+  // Everything else: filled by the detailed reads only.
+  bool detailed = false;
+  uint32_t rxVlan = 0;  // VLAN of the tagged frame it came in, 0 untagged
+  struct Dot1 {
+    uint16_t tlvs = 0;  // bit 0 PVID, 1 PPVID, 2 VLAN name, 3 protocol identity
+    uint32_t pvid = 0;
+    std::vector<RemotePpvid> ppvids;
+    std::vector<RemoteVlanName> vlanNames;
+    std::vector<RemoteProtocol> protocols;
+  } dot1;
+  struct Dot3 {
+    uint16_t tlvs = 0;  // bit 0 MAC/PHY, 1 power, 2 aggregation, 3 max frame size
+    uint32_t autoNegSupported = 0, autoNegEnabled = 0;  // truth values
+    uint16_t autoNegAdvertised = 0;
+    uint32_t mauType = 0;
+    uint32_t powerPortClassPse = 0, mdiPowerSupported = 0, mdiPowerEnabled = 0, pairControl = 0;
+    uint32_t powerPairs = 0, powerClass = 0;
+    uint32_t extendedPower = 0;  // truth value: the 12-octet power TLV came
+    uint32_t powerType = 0, powerSource = 0, powerPriority = 0, pdRequested = 0, pseAllocated = 0;
+    uint8_t linkAggStatus = 0;  // 0x80 capable, 0x40 aggregated
+    uint32_t aggPortId = 0;
+    uint32_t maxFrameSize = 0;
+  } dot3;
+  struct Med {
+    uint16_t capabilities = 0;  // as received: capability n is bit n of the value
+    uint16_t tlvs = 0;          // bit 0 capabilities ... 5 inventory (most significant first)
+    uint32_t deviceClass = 0;
+    MedInventory inventory;
+    uint32_t powerType = 0, powerValue = 0, powerSource = 0, powerPriority = 0;
+    std::vector<RemotePolicy> policies;
+    std::vector<RemoteLocation> locations;
+  } med;
+  struct Priv {
+    uint16_t supported = 0, tlvs = 0;
+    std::vector<uint8_t> sysOid;
+    MedInventory inventory;
+  } priv;
+  std::vector<RemoteMgmtAddress> mgmtAddresses;
+  std::vector<RemoteTlv> unknownTlvs;
+  std::vector<RemoteOrgTlv> orgTlvs;
 };
 
 // The neighbours' indexes only (one request per row).
-Walk<RemoteIndex> neighbourIndexes(Client& c);
-// Every neighbour with its basic fields.
-Walk<Neighbour> neighbours(Client& c);
-// One neighbour; nullopt when it is gone.
+Walk<RemoteIndex> neighbourIndexes(Client& c, RemoteFilter filter = RemoteFilter::All);
+// Neighbours with their basic fields (one round trip per neighbour).
+Walk<Neighbour> neighbours(Client& c, RemoteFilter filter = RemoteFilter::All);
+// One neighbour with its basic fields; nullopt when it is gone.
 std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index);
+// Every neighbour with every field and list: one round trip per neighbour
+// and per list entry.
+std::vector<Neighbour> neighboursDetail(Client& c);
+// One neighbour with every field and list; nullopt when it is gone.
+std::optional<Neighbour> getNeighbourDetail(Client& c, const RemoteIndex& index);
+
+// The remote records' lists, each walked across every neighbour in index
+// order, each entry with its objects.
+Walk<RemoteMgmtAddress> remoteMgmtAddresses(Client& c);
+Walk<RemoteTlv> remoteUnknownTlvs(Client& c);
+Walk<RemoteOrgTlv> remoteOrgTlvs(Client& c);
+Walk<RemotePpvid> remotePpvids(Client& c);
+Walk<RemoteVlanName> remoteVlanNames(Client& c);
+Walk<RemoteProtocol> remoteProtocols(Client& c);
+Walk<RemotePolicy> remotePolicies(Client& c);
+Walk<RemoteLocation> remoteLocations(Client& c);
+
+// ---- Local 802.1 and LLDP-MED tables ---------------------------------------------
+struct LocalVlanName {  // a VLAN whose name a port advertises
+  uint32_t unit = 0, vlan = 0;
+  std::string name;
+};
+struct LocalProtoVlan {  // a VLAN a port advertises as port-and-protocol VLAN ID
+  uint32_t unit = 0, vlan = 0;
+  uint32_t supported = 0, enabled = 0;  // truth values
+};
+struct LocalPolicy {
+  uint32_t unit = 0;
+  MediaPolicy policy;
+};
+struct LocalLocation {  // one format of a port's location, configured or not
+  uint32_t unit = 0, format = 0;
+  bool configured = false;
+  std::vector<uint8_t> value;  // as set (coordinates: the text read back)
+  std::vector<uint8_t> data;   // as sent in the location TLV (coordinates: the LCI)
+};
+
+Walk<LocalVlanName> localVlanNames(Client& c);
+Walk<LocalProtoVlan> localProtoVlans(Client& c);
+Walk<LocalPolicy> localPolicies(Client& c);
+Walk<LocalLocation> localLocations(Client& c);
+// Starts or stops advertising a VLAN's name / the VLAN as PPVID on a port.
+void setVlanNameAdvertised(Client& c, uint32_t unit, uint32_t vlan, bool on);
+void setProtoVlanAdvertised(Client& c, uint32_t unit, uint32_t vlan, bool on);
+// Whether a platform protocol runs on a port (operation 41): true or false.
+bool protocolRunning(Client& c, uint32_t unit, uint32_t protocol);
+// One object of a port's network policy of an application type (polobj::).
+void setPolicy(Client& c, uint32_t unit, uint32_t appType, uint32_t object, uint32_t value);
+// A location of a format: coordinates as their text, a civic address or an
+// ELIN as their octets.
+void setLocation(Client& c, uint32_t unit, uint32_t format, const std::vector<uint8_t>& value);
+void removeLocation(Client& c, uint32_t unit, uint32_t format);
 
 }  // namespace lldpc

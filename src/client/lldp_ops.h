@@ -24,9 +24,21 @@ constexpr uint32_t kPortManAddrSet = 17;
 constexpr uint32_t kRemSysGetFirst = 19;
 constexpr uint32_t kRemSysGetNext = 20;
 constexpr uint32_t kRemSysGet = 21;
-constexpr uint32_t kRemManAddrGetFirst = 22;
-constexpr uint32_t kRemManAddrGetNext = 23;
-constexpr uint32_t kRemManAddrGet = 24;
+// The remote records' lists: GetFirst, GetNext, Get at id, id + 1, id + 2.
+constexpr uint32_t kRemManAddr = 22;
+constexpr uint32_t kRemUnknownTlv = 25;
+constexpr uint32_t kRemOrgDefInfo = 28;
+constexpr uint32_t kRemPpvid = 42;
+constexpr uint32_t kRemVlanName = 45;
+constexpr uint32_t kRemProto = 48;
+constexpr uint32_t kRemMediaPolicy = 51;
+constexpr uint32_t kRemLocation = 54;
+// Local 802.1 and LLDP-MED tables: GetFirst, GetNext, Get, Set at id .. id + 3.
+constexpr uint32_t kVlanName = 31;
+constexpr uint32_t kProtoVlan = 36;
+constexpr uint32_t kDot1ProtoGet = 41;
+constexpr uint32_t kMediaPolicy = 57;
+constexpr uint32_t kLocation = 62;
 constexpr uint32_t kPortGetFirst = 99;  // port walk, every port
 constexpr uint32_t kPortGetNext = 100;
 }  // namespace op
@@ -96,9 +108,9 @@ constexpr uint32_t kDot1Enabled = 21;
 constexpr uint32_t kPvidTx = 22;
 constexpr uint32_t kPvid = 24;
 constexpr uint32_t kProtoIdTx = 26;
-constexpr uint32_t kVlanNames = 27;        // Get: trimmed list; Set: add
+constexpr uint32_t kVlanNames = 27;  // Get: trimmed list; Set: add
 constexpr uint32_t kVlanNamesRemove = 28;
-constexpr uint32_t kPpvids = 29;           // Get: trimmed list; Set: add
+constexpr uint32_t kPpvids = 29;  // Get: trimmed list; Set: add
 constexpr uint32_t kPpvidsRemove = 30;
 constexpr uint32_t kDot3Supported = 32;
 constexpr uint32_t kDot3Enabled = 33;
@@ -148,6 +160,7 @@ constexpr uint32_t kPortOid = 19;
 
 // Remote-system objects (operation 21).
 namespace robj {
+constexpr uint32_t kRxVlan = 1;
 constexpr uint32_t kChassisIdSubtype = 2;
 constexpr uint32_t kChassisId = 3;
 constexpr uint32_t kPortIdSubtype = 4;
@@ -158,6 +171,49 @@ constexpr uint32_t kSysDescr = 8;
 constexpr uint32_t kCapSupported = 9;
 constexpr uint32_t kCapEnabled = 10;
 constexpr uint32_t kTtl = 16;
+constexpr uint32_t kDot1Tlvs = 17;
+constexpr uint32_t kPvid = 18;
+constexpr uint32_t kDot3Tlvs = 23;
+constexpr uint32_t kAutoNegSupported = 24;
+constexpr uint32_t kAutoNegEnabled = 25;
+constexpr uint32_t kAutoNegAdvertised = 26;
+constexpr uint32_t kMauType = 27;
+constexpr uint32_t kPowerPortClassPse = 28;
+constexpr uint32_t kMdiPowerSupported = 29;
+constexpr uint32_t kMdiPowerEnabled = 30;
+constexpr uint32_t kPairControl = 31;
+constexpr uint32_t kPowerPairs = 32;
+constexpr uint32_t kPowerClass = 33;
+constexpr uint32_t kExtPower = 34;
+constexpr uint32_t kPowerType = 35;
+constexpr uint32_t kPowerSource = 36;
+constexpr uint32_t kPowerPriority = 37;
+constexpr uint32_t kPdRequested = 38;
+constexpr uint32_t kPseAllocated = 39;
+constexpr uint32_t kLinkAggStatus = 40;
+constexpr uint32_t kAggPortId = 41;
+constexpr uint32_t kMaxFrameSize = 42;
+constexpr uint32_t kMedCapabilities = 43;
+constexpr uint32_t kMedTlvs = 44;
+constexpr uint32_t kMedDeviceClass = 45;
+constexpr uint32_t kMedHwRev = 51;  // 51-57: the LLDP-MED inventory strings
+constexpr uint32_t kMedPowerType = 59;
+constexpr uint32_t kMedPowerValue = 60;
+constexpr uint32_t kMedPowerSource = 61;
+constexpr uint32_t kMedPowerPriority = 62;
+constexpr uint32_t kPrivSupported = 66;
+constexpr uint32_t kPrivTlvs = 67;
+constexpr uint32_t kPrivSysOid = 68;
+constexpr uint32_t kPrivHwRev = 69;  // 69-75: the private inventory strings
 }  // namespace robj
+
+// Media policy objects, local (59, 60) and remote (53).
+namespace polobj {
+constexpr uint32_t kVlan = 56;
+constexpr uint32_t kPriority = 57;
+constexpr uint32_t kDscp = 58;
+constexpr uint32_t kUnknown = 59;
+constexpr uint32_t kTagged = 60;
+}  // namespace polobj
 
 }  // namespace lldpc

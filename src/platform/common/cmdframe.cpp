@@ -84,14 +84,12 @@ long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req) {
   if ((req->flags & kCmdFlagKey) && !cmdTakeKey(&p, end, &req->key)) return -1;
   req->data.assign(p, end);
   if (!(req->flags & kCmdFlagBuffer) && !req->data.empty()) return -1;
-  if ((req->flags & kCmdFlagBuffer) && (req->len > kCmdMaxData || req->data.size() > kCmdMaxData))
-    return -1;
+  if ((req->flags & kCmdFlagBuffer) && (req->len > kCmdMaxData || req->data.size() > kCmdMaxData)) return -1;
   return total;
 }
 
 std::vector<uint8_t> cmdEncodeReply(uint32_t rc, uint32_t value, uint32_t len,
-                                    const std::vector<uint8_t>* key, const uint8_t* data,
-                                    uint32_t dataLen) {
+                                    const std::vector<uint8_t>* key, const uint8_t* data, uint32_t dataLen) {
   std::vector<uint8_t> out;
   const uint32_t keyBlock = key ? 4 + static_cast<uint32_t>(key->size()) : 0;
   out.reserve(kCmdReplyHeaderLen + keyBlock + dataLen);
@@ -129,8 +127,7 @@ long cmdDecodeReply(const uint8_t* buf, size_t n, uint32_t requestFlags, CmdRepl
   return total;
 }
 
-std::vector<uint8_t> cmdEncodeEvent(uint32_t kind, uint32_t arg, const uint8_t* payload,
-                                    size_t len) {
+std::vector<uint8_t> cmdEncodeEvent(uint32_t kind, uint32_t arg, const uint8_t* payload, size_t len) {
   if (len > kCmdMaxData) len = kCmdMaxData;
   std::vector<uint8_t> b;
   b.reserve(kCmdEventHeaderLen + len);

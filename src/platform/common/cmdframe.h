@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <vector>
 
-constexpr uint32_t kCmdMagic = 0x4C4C4450;  // "LLDP" read as a big-endian word
+constexpr uint32_t kCmdMagic = 0x4C4C4450;   // "LLDP" read as a big-endian word
 constexpr uint32_t kCmdHeaderLen = 32;       // request header
 constexpr uint32_t kCmdReplyHeaderLen = 20;  // reply header
 constexpr uint32_t kCmdEventHeaderLen = 16;  // event header
@@ -80,11 +80,9 @@ long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req);
 // only for a buffer), so the decoder takes the request's flags. Returns as
 // cmdDecode; -1 also when the reply does not fit its request.
 std::vector<uint8_t> cmdEncodeReply(uint32_t rc, uint32_t value, uint32_t len,
-                                    const std::vector<uint8_t>* key, const uint8_t* data,
-                                    uint32_t dataLen);
+                                    const std::vector<uint8_t>* key, const uint8_t* data, uint32_t dataLen);
 long cmdDecodeReply(const uint8_t* buf, size_t n, uint32_t requestFlags, CmdReply* out);
 
 // Events of the stream. Returns as cmdDecode.
-std::vector<uint8_t> cmdEncodeEvent(uint32_t kind, uint32_t arg, const uint8_t* payload,
-                                    size_t len);
+std::vector<uint8_t> cmdEncodeEvent(uint32_t kind, uint32_t arg, const uint8_t* payload, size_t len);
 long cmdDecodeEvent(const uint8_t* buf, size_t n, CmdEvent* out);
