@@ -38,8 +38,8 @@ rxtest::Frame typical(int i) {
       .tlv(5, rxtest::str("access-sw-" + std::to_string(i)))
       .tlv(6, rxtest::str("Switch OS 15.2(7)E3, compiled 2026-03-01 by release engineering"))
       .tlv(7, {0x00, 0x14, 0x00, 0x04})
-      .tlv(8, {5, 1, 10, 1, 7, 17, 2, 0, 0, 0, 24, 11, 0x06, 0x09, 0x2B, 0x06, 0x01, 0x02, 0x01, 0x04, 0x14, 0x01,
-               0x01})
+      .tlv(8, {5,    1,    10,   1,    7,    17,   2,    0,    0,    0,    24,  11,
+               0x06, 0x09, 0x2B, 0x06, 0x01, 0x02, 0x01, 0x04, 0x14, 0x01, 0x01})
       .org(rxtest::kDot1, 1, {0x00, 0x64})
       .org(rxtest::kDot1, 3, {0x00, 0x64, 5, 'u', 's', 'e', 'r', 's'})
       .org(rxtest::kDot3, 1, {0x03, 0x6C, 0x01, 0x00, 0x1E})
@@ -82,8 +82,8 @@ bool served(benchmark::State& state, Client& c, uint32_t op, uint32_t object) {
 
 void perRequest(benchmark::State& state, double requests) {
   state.counters["requests"] = requests;
-  state.counters["per_request"] = benchmark::Counter(requests, benchmark::Counter::kIsIterationInvariantRate |
-                                                                   benchmark::Counter::kInvert);
+  state.counters["per_request"] = benchmark::Counter(
+      requests, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void BM_ScalarGet(benchmark::State& state) {
@@ -97,16 +97,20 @@ BENCHMARK(BM_ScalarGet)->UseRealTime();
 
 // Eight integer objects of a port: status, notifications, port ID subtype
 // and five counters.
-constexpr uint32_t kPortObjects[8] = {pobj::kAdminStatus, pobj::kNotifications, pobj::kPortIdSubtype,
-                                      pobj::kFramesOut,   pobj::kFramesIn,      pobj::kFramesInErrors,
+constexpr uint32_t kPortObjects[8] = {pobj::kAdminStatus,     pobj::kNotifications, pobj::kPortIdSubtype,
+                                      pobj::kFramesOut,       pobj::kFramesIn,      pobj::kFramesInErrors,
                                       pobj::kFramesDiscarded, pobj::kAgeouts};
 
 // The library's walk: a port's eight Gets and the next GetNext in one round trip.
 void BM_PortWalk8Objects(benchmark::State& state) {
   Client c(agentSocket());
   if (!served(state, c, op::kPortGet, pobj::kAdminStatus)) return;
-  WalkSpec spec{op::kPortGetFirst, op::kPortGetNext, {}, [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-                  for (uint32_t obj : kPortObjects) out.push_back(intRequest(op::kPortGet, keyWord(key, 4), obj));
+  WalkSpec spec{op::kPortGetFirst,
+                op::kPortGetNext,
+                {},
+                [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
+                  for (uint32_t obj : kPortObjects)
+                    out.push_back(intRequest(op::kPortGet, keyWord(key, 4), obj));
                 }};
   size_t ports = 0;
   for (auto _ : state) {

@@ -1,7 +1,6 @@
 // lldpctl call: one raw operation of the command socket, its reply as one
 // JSON object. The diagnostic door to the agent, and how the tests drive it.
 #include <iostream>
-
 #include <nlohmann/json.hpp>
 
 #include "client/lldp_client.h"

@@ -119,8 +119,8 @@ int main(int argc, char** argv) {
   } catch (const UsageError& e) {
     // The synopsis only; --help has the rest.
     const std::string usage = kUsage;
-    std::cerr << "lldpctl: " << e.message << "\n" << usage.substr(0, usage.find("\n\n") + 1)
-              << "(lldpctl --help says more)\n";
+    std::cerr << "lldpctl: " << e.message << "\n"
+              << usage.substr(0, usage.find("\n\n") + 1) << "(lldpctl --help says more)\n";
     return kExitUsage;
   } catch (const lldpc::UnreachableError& e) {
     std::cerr << "lldpctl: " << e.what() << "\n";
