@@ -317,6 +317,23 @@ bool readRecord(Client& c, const Fields& fields, uint32_t op, uint32_t index, co
 
 uint32_t portOfKey(const std::vector<uint8_t>& key, size_t off) { return keyWord(key, off); }
 
+// A walk whose rows are read with the objects of `fields` by the operation
+// `get`, keyed by the row's key record, or with byUnit by the port unit at
+// offset 4 of it. fromKey fills what the key record itself says.
+template <class T, class FromKey>
+Walk<T> fieldWalk(Client& c, WalkSpec s, uint32_t get, std::type_identity_t<std::span<const Field<T>>> fields,
+                  FromKey fromKey, bool byUnit = false) {
+  s.extra = [get, fields, byUnit](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
+    fieldRequests(fields, get, byUnit ? portOfKey(key, 4) : 0, byUnit ? nullptr : &key, out);
+  };
+  return Walk<T>(c, std::move(s), [get, fields, fromKey](WalkStep& st) -> std::optional<T> {
+    T row;
+    fromKey(row, st.key);
+    if (!fieldApply(fields, get, st.replies, 0, row)) return std::nullopt;
+    return row;
+  });
+}
+
 }  // namespace
 
 // ---- Global objects ---------------------------------------------------------
@@ -359,18 +376,9 @@ std::optional<PortInfo> getPort(Client& c, uint32_t unit) {
 }
 
 Walk<PortInfo> portWalk(Client& c) {
-  WalkSpec s{op::kPortGetFirst,
-             op::kPortGetNext,
-             {},
-             [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-               fieldRequests(kPort, op::kPortGet, portOfKey(key, 4), nullptr, out);
-             }};
-  return Walk<PortInfo>(c, std::move(s), [](WalkStep& st) -> std::optional<PortInfo> {
-    PortInfo p;
-    p.unit = portOfKey(st.key, 4);
-    if (!fieldApply(kPort, op::kPortGet, st.replies, 0, p)) return std::nullopt;
-    return p;
-  });
+  return fieldWalk<PortInfo>(
+      c, WalkSpec(op::kPortGetFirst, op::kPortGetNext), op::kPortGet, kPort,
+      [](PortInfo& p, const std::vector<uint8_t>& key) { p.unit = portOfKey(key, 4); }, true);
 }
 
 void setPortInt(Client& c, uint32_t unit, uint32_t object, uint32_t value) {
@@ -466,34 +474,18 @@ MgmtAddress manAddrFromKey(const std::vector<uint8_t>& key) {
 }
 
 Walk<ManAddrRow> manAddrWalk(Client& c) {
-  WalkSpec s{op::kManAddrGetFirst,
-             op::kManAddrGetNext,
-             {},
-             [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-               fieldRequests(kManAddr, op::kManAddrGet, 0, &key, out);
-             }};
-  return Walk<ManAddrRow>(c, std::move(s), [](WalkStep& st) -> std::optional<ManAddrRow> {
-    ManAddrRow m;
-    m.addr = manAddrFromKey(st.key);
-    if (!fieldApply(kManAddr, op::kManAddrGet, st.replies, 0, m)) return std::nullopt;
-    return m;
-  });
+  return fieldWalk<ManAddrRow>(
+      c, WalkSpec(op::kManAddrGetFirst, op::kManAddrGetNext), op::kManAddrGet, kManAddr,
+      [](ManAddrRow& m, const std::vector<uint8_t>& key) { m.addr = manAddrFromKey(key); });
 }
 
 Walk<ManAddrRow> portManAddrWalk(Client& c) {
-  WalkSpec s{op::kPortManAddrGetFirst,
-             op::kPortManAddrGetNext,
-             {},
-             [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-               fieldRequests(kPortManAddr, op::kPortManAddrGet, 0, &key, out);
-             }};
-  return Walk<ManAddrRow>(c, std::move(s), [](WalkStep& st) -> std::optional<ManAddrRow> {
-    ManAddrRow m;
-    m.addr = manAddrFromKey(st.key);
-    m.unit = portOfKey(st.key, 34);
-    if (!fieldApply(kPortManAddr, op::kPortManAddrGet, st.replies, 0, m)) return std::nullopt;
-    return m;
-  });
+  return fieldWalk<ManAddrRow>(c, WalkSpec(op::kPortManAddrGetFirst, op::kPortManAddrGetNext),
+                               op::kPortManAddrGet, kPortManAddr,
+                               [](ManAddrRow& m, const std::vector<uint8_t>& key) {
+                                 m.addr = manAddrFromKey(key);
+                                 m.unit = portOfKey(key, 34);
+                               });
 }
 
 void addManAddr(Client& c, const MgmtAddress& a) {
@@ -557,16 +549,11 @@ std::pair<uint32_t, uint32_t> remoteWalkOps(RemoteFilter f) {
 Walk<Neighbour> neighbourWalk(Client& c, RemoteFilter filter, std::span<const Field<Neighbour>> fields,
                               bool detailed) {
   const auto [first, next] = remoteWalkOps(filter);
-  WalkSpec s{first, next, {}, [fields](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-               fieldRequests(fields, op::kRemSysGet, 0, &key, out);
-             }};
-  return Walk<Neighbour>(c, std::move(s), [fields, detailed](WalkStep& st) -> std::optional<Neighbour> {
-    Neighbour n;
-    n.index = RemoteIndex::fromKey(st.key);
-    n.detailed = detailed;
-    if (!fieldApply(fields, op::kRemSysGet, st.replies, 0, n)) return std::nullopt;
-    return n;
-  });
+  return fieldWalk<Neighbour>(c, WalkSpec(first, next), op::kRemSysGet, fields,
+                              [detailed](Neighbour& n, const std::vector<uint8_t>& key) {
+                                n.index = RemoteIndex::fromKey(key);
+                                n.detailed = detailed;
+                              });
 }
 
 bool sameRecord(const std::vector<uint8_t>& key, const std::vector<uint8_t>& index16) {
@@ -580,10 +567,7 @@ bool sameRecord(const std::vector<uint8_t>& key, const std::vector<uint8_t>& ind
 template <class T>
 Walk<T> listWalk(Client& c, uint32_t base, std::type_identity_t<std::span<const Field<T>>> fields,
                  void (*fromKey)(T&, const std::vector<uint8_t>&), const RemoteIndex* one = nullptr) {
-  WalkSpec s{
-      base, base + 1, {}, [base, fields](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-        fieldRequests(fields, base + 2, 0, &key, out);
-      }};
+  WalkSpec s(base, base + 1);
   if (one) {
     std::vector<uint8_t> index16 = one->key();
     index16.resize(16);
@@ -591,12 +575,7 @@ Walk<T> listWalk(Client& c, uint32_t base, std::type_identity_t<std::span<const 
     s.seed = index16;
     s.within = [index16](const std::vector<uint8_t>& key) { return sameRecord(key, index16); };
   }
-  return Walk<T>(c, std::move(s), [base, fields, fromKey](WalkStep& st) -> std::optional<T> {
-    T e;
-    fromKey(e, st.key);
-    if (!fieldApply(fields, base + 2, st.replies, 0, e)) return std::nullopt;
-    return e;
-  });
+  return fieldWalk<T>(c, std::move(s), base + 2, fields, fromKey);
 }
 
 void keyMgmtAddr(RemoteMgmtAddress& e, const std::vector<uint8_t>& k) {
@@ -731,16 +710,9 @@ namespace {
 template <class T, class FromKey>
 Walk<T> portPairWalk(Client& c, uint32_t base, std::type_identity_t<std::span<const Field<T>>> fields,
                      FromKey fromKey) {
-  WalkSpec s{
-      base, base + 1, {}, [base, fields](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
-        fieldRequests(fields, base + 2, 0, &key, out);
-      }};
-  return Walk<T>(c, std::move(s), [base, fields, fromKey](WalkStep& st) -> std::optional<T> {
-    T e;
-    fromKey(e, keyWord(st.key, 0), keyWord(st.key, 4));
-    if (!fieldApply(fields, base + 2, st.replies, 0, e)) return std::nullopt;
-    return e;
-  });
+  return fieldWalk<T>(
+      c, WalkSpec(base, base + 1), base + 2, fields,
+      [fromKey](T& row, const std::vector<uint8_t>& key) { fromKey(row, keyWord(key, 0), keyWord(key, 4)); });
 }
 
 }  // namespace

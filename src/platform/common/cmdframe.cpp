@@ -5,15 +5,15 @@
 
 namespace {
 
-// Reads the magic and the total length of a frame once 8 bytes are there.
-// Returns the total, 0 when more bytes are needed, -1 when the frame cannot be
-// one of ours (wrong magic, total outside [minLen, maxLen]).
-long cmdFrameTotal(const uint8_t* buf, size_t n, uint32_t minLen, uint32_t maxLen) {
+// Checks the magic and the total length of the frame at buf: returns the
+// total once the whole frame is there, 0 while bytes are missing, -1 when it
+// cannot be one of ours (wrong magic, total outside [minLen, maxLen]).
+long cmdWholeFrame(const uint8_t* buf, size_t n, uint32_t minLen, uint32_t maxLen) {
   if (n < 8) return 0;
   if (cmdGetU32(buf) != kCmdMagic) return -1;
   const uint32_t total = cmdGetU32(buf + 4);
   if (total < minLen || total > maxLen) return -1;
-  return total;
+  return n < total ? 0 : static_cast<long>(total);
 }
 
 // Splits an optional key block off the front of [*p, end): false when it
@@ -68,9 +68,8 @@ std::vector<uint8_t> cmdEncodeRequest(const CmdRequest& req) {
 }
 
 long cmdDecode(const uint8_t* buf, size_t n, CmdRequest* req) {
-  const long total = cmdFrameTotal(buf, n, kCmdHeaderLen, kCmdMaxRequest);
+  const long total = cmdWholeFrame(buf, n, kCmdHeaderLen, kCmdMaxRequest);
   if (total <= 0) return total;
-  if (n < static_cast<size_t>(total)) return 0;
   req->op = cmdGetU32(buf + 8);
   req->index = cmdGetU32(buf + 12);
   req->objId = cmdGetU32(buf + 16);
@@ -107,9 +106,8 @@ std::vector<uint8_t> cmdEncodeReply(uint32_t rc, uint32_t value, uint32_t len,
 }
 
 long cmdDecodeReply(const uint8_t* buf, size_t n, uint32_t requestFlags, CmdReply* out) {
-  const long total = cmdFrameTotal(buf, n, kCmdReplyHeaderLen, kCmdMaxReply);
+  const long total = cmdWholeFrame(buf, n, kCmdReplyHeaderLen, kCmdMaxReply);
   if (total <= 0) return total;
-  if (n < static_cast<size_t>(total)) return 0;
   out->rc = cmdGetU32(buf + 8);
   out->value = cmdGetU32(buf + 12);
   out->len = cmdGetU32(buf + 16);
@@ -140,9 +138,8 @@ std::vector<uint8_t> cmdEncodeEvent(uint32_t kind, uint32_t arg, const uint8_t* 
 }
 
 long cmdDecodeEvent(const uint8_t* buf, size_t n, CmdEvent* out) {
-  const long total = cmdFrameTotal(buf, n, kCmdEventHeaderLen, kCmdMaxEvent);
+  const long total = cmdWholeFrame(buf, n, kCmdEventHeaderLen, kCmdMaxEvent);
   if (total <= 0) return total;
-  if (n < static_cast<size_t>(total)) return 0;
   out->kind = cmdGetU32(buf + 8);
   out->arg = cmdGetU32(buf + 12);
   out->payload.assign(buf + kCmdEventHeaderLen, buf + total);
