@@ -105,7 +105,7 @@ constexpr uint32_t kPortObjects[8] = {pobj::kAdminStatus,     pobj::kNotificatio
 void BM_PortWalk8Objects(benchmark::State& state) {
   Client c(agentSocket());
   if (!served(state, c, op::kPortGet, pobj::kAdminStatus)) return;
-  WalkSpec spec{op::kPortGetFirst,
+  WalkPlan plan{op::kPortGetFirst,
                 op::kPortGetNext,
                 {},
                 [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
@@ -114,7 +114,7 @@ void BM_PortWalk8Objects(benchmark::State& state) {
                 }};
   size_t ports = 0;
   for (auto _ : state) {
-    Walk<uint32_t> w(c, spec, [](WalkStep& st) -> std::optional<uint32_t> {
+    Walk<uint32_t> w(c, plan, [](WalkStep& st) -> std::optional<uint32_t> {
       for (const CmdReply& r : st.replies)
         if (r.rc != kOk) return std::nullopt;
       return st.replies[0].value;

@@ -252,7 +252,7 @@ std::vector<uint8_t> Client::getBytes(uint32_t op, uint32_t index, uint32_t obje
 }
 
 Walk<std::vector<uint8_t>> keyWalk(Client& c, uint32_t firstOp, uint32_t nextOp, std::vector<uint8_t> seed) {
-  WalkSpec s(firstOp, nextOp, std::move(seed));
+  WalkPlan s(firstOp, nextOp, std::move(seed));
   return Walk<std::vector<uint8_t>>(
       c, std::move(s), [](WalkStep& st) { return std::optional<std::vector<uint8_t>>(std::move(st.key)); });
 }

@@ -152,7 +152,7 @@ class Client {
 // Gets of the row's fields), sent in the same round trip as the GetNext, so
 // that a walk that gathers k fields per row costs one round trip per row.
 //
-//   for (const auto& row : Walk<Row>(client, spec)) ...
+//   for (const auto& row : Walk<Row>(client, plan)) ...
 //
 // A result code other than success or the end stops the walk with
 // OperationError; a GetNext that does not move on (the same key again) stops
@@ -162,9 +162,9 @@ struct WalkStep {
   std::vector<CmdReply> replies;  // the replies to the extra requests
 };
 
-struct WalkSpec {
+struct WalkPlan {
   using Extra = std::function<void(const std::vector<uint8_t>& key, std::vector<CmdRequest>& out)>;
-  WalkSpec(uint32_t first, uint32_t next, std::vector<uint8_t> seedKey = {}, Extra extraRequests = {})
+  WalkPlan(uint32_t first, uint32_t next, std::vector<uint8_t> seedKey = {}, Extra extraRequests = {})
       : firstOp(first), nextOp(next), seed(std::move(seedKey)), extra(std::move(extraRequests)) {}
 
   uint32_t firstOp;
@@ -184,7 +184,7 @@ class Walk {
   // between the GetNext that found it and the Gets of its fields).
   using Make = std::function<std::optional<T>(WalkStep& step)>;
 
-  Walk(Client& c, WalkSpec spec, Make make) : c_(&c), spec_(std::move(spec)), make_(std::move(make)) {}
+  Walk(Client& c, WalkPlan plan, Make make) : c_(&c), plan_(std::move(plan)), make_(std::move(make)) {}
 
   class iterator {
    public:
@@ -214,11 +214,11 @@ class Walk {
   iterator begin() {
     cur_.reset();
     pending_.reset();
-    const CmdReply r = c_->call(withKey(intRequest(spec_.firstOp, 0, 0), spec_.seed));
+    const CmdReply r = c_->call(withKey(intRequest(plan_.firstOp, 0, 0), plan_.seed));
     if (r.rc == kOk) {
-      if (!spec_.within || spec_.within(r.key)) pending_ = r.key;
+      if (!plan_.within || plan_.within(r.key)) pending_ = r.key;
     } else if (r.rc != kNoSuchRow) {
-      throw OperationError(spec_.firstOp, 0, r.rc);
+      throw OperationError(plan_.firstOp, 0, r.rc);
     }
     advance();
     return iterator(this);
@@ -242,17 +242,17 @@ class Walk {
       step.key = std::move(*pending_);
       pending_.reset();
       reqs_.clear();
-      if (spec_.extra) spec_.extra(step.key, reqs_);
+      if (plan_.extra) plan_.extra(step.key, reqs_);
       const size_t extras = reqs_.size();
-      reqs_.push_back(withKey(intRequest(spec_.nextOp, 0, 0), step.key));
+      reqs_.push_back(withKey(intRequest(plan_.nextOp, 0, 0), step.key));
       c_->callMany(reqs_, replies_);
       const CmdReply& next = replies_.back();
       if (next.rc == kOk) {
         if (next.key == step.key)
-          throw ConnectionError("walk of operation " + std::to_string(spec_.nextOp) + " did not move on");
-        if (!spec_.within || spec_.within(next.key)) pending_ = next.key;
+          throw ConnectionError("walk of operation " + std::to_string(plan_.nextOp) + " did not move on");
+        if (!plan_.within || plan_.within(next.key)) pending_ = next.key;
       } else if (next.rc != kNoSuchRow) {
-        throw OperationError(spec_.nextOp, 0, next.rc);
+        throw OperationError(plan_.nextOp, 0, next.rc);
       }
       step.replies.assign(std::make_move_iterator(replies_.begin()),
                           std::make_move_iterator(replies_.begin() + static_cast<long>(extras)));
@@ -261,7 +261,7 @@ class Walk {
   }
 
   Client* c_;
-  WalkSpec spec_;
+  WalkPlan plan_;
   Make make_;
   std::optional<std::vector<uint8_t>> pending_;  // the next row's key, none at the end
   std::optional<T> cur_;

@@ -272,11 +272,11 @@ TEST(ClientWalk, WalksYieldEveryRowInOrderAndGatherFieldsPerRow) {
 
   // Each row with two fields; a row whose fields say it is gone is skipped.
   gVanished = {5};
-  WalkSpec spec{3, 4, {}, [](const Bytes& key, std::vector<CmdRequest>& out) {
+  WalkPlan plan{3, 4, {}, [](const Bytes& key, std::vector<CmdRequest>& out) {
                   out.push_back(withKey(intRequest(5, 0, 1), key));
                   out.push_back(withKey(intRequest(5, 0, 2), key));
                 }};
-  Walk<std::pair<uint32_t, uint32_t>> w(c, spec,
+  Walk<std::pair<uint32_t, uint32_t>> w(c, plan,
                                         [](WalkStep& st) -> std::optional<std::pair<uint32_t, uint32_t>> {
                                           if (st.replies[0].rc != kOk) return std::nullopt;
                                           return std::make_pair(st.replies[0].value, st.replies[1].value);

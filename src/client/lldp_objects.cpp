@@ -321,7 +321,7 @@ uint32_t portOfKey(const std::vector<uint8_t>& key, size_t off) { return keyWord
 // `get`, keyed by the row's key record, or with byUnit by the port unit at
 // offset 4 of it. fromKey fills what the key record itself says.
 template <class T, class FromKey>
-Walk<T> fieldWalk(Client& c, WalkSpec s, uint32_t get, std::type_identity_t<std::span<const Field<T>>> fields,
+Walk<T> fieldWalk(Client& c, WalkPlan s, uint32_t get, std::type_identity_t<std::span<const Field<T>>> fields,
                   FromKey fromKey, bool byUnit = false) {
   s.extra = [get, fields, byUnit](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
     fieldRequests(fields, get, byUnit ? portOfKey(key, 4) : 0, byUnit ? nullptr : &key, out);
@@ -363,7 +363,7 @@ void clearGlobalCounters(Client& c) { setGlobal(c, gobj::kCountersCleared, 0); }
 
 // ---- Ports --------------------------------------------------------------------
 Walk<uint32_t> portUnits(Client& c, uint32_t filter) {
-  WalkSpec s{op::kLocPortGetFirst, op::kLocPortGetNext, keyWords({filter, 0}), {}};
+  WalkPlan s{op::kLocPortGetFirst, op::kLocPortGetNext, keyWords({filter, 0}), {}};
   return Walk<uint32_t>(c, std::move(s),
                         [](WalkStep& st) { return std::optional<uint32_t>(portOfKey(st.key, 4)); });
 }
@@ -377,7 +377,7 @@ std::optional<PortInfo> getPort(Client& c, uint32_t unit) {
 
 Walk<PortInfo> portWalk(Client& c) {
   return fieldWalk<PortInfo>(
-      c, WalkSpec(op::kPortGetFirst, op::kPortGetNext), op::kPortGet, kPort,
+      c, WalkPlan(op::kPortGetFirst, op::kPortGetNext), op::kPortGet, kPort,
       [](PortInfo& p, const std::vector<uint8_t>& key) { p.unit = portOfKey(key, 4); }, true);
 }
 
@@ -475,12 +475,12 @@ MgmtAddress manAddrFromKey(const std::vector<uint8_t>& key) {
 
 Walk<ManAddrRow> manAddrWalk(Client& c) {
   return fieldWalk<ManAddrRow>(
-      c, WalkSpec(op::kManAddrGetFirst, op::kManAddrGetNext), op::kManAddrGet, kManAddr,
+      c, WalkPlan(op::kManAddrGetFirst, op::kManAddrGetNext), op::kManAddrGet, kManAddr,
       [](ManAddrRow& m, const std::vector<uint8_t>& key) { m.addr = manAddrFromKey(key); });
 }
 
 Walk<ManAddrRow> portManAddrWalk(Client& c) {
-  return fieldWalk<ManAddrRow>(c, WalkSpec(op::kPortManAddrGetFirst, op::kPortManAddrGetNext),
+  return fieldWalk<ManAddrRow>(c, WalkPlan(op::kPortManAddrGetFirst, op::kPortManAddrGetNext),
                                op::kPortManAddrGet, kPortManAddr,
                                [](ManAddrRow& m, const std::vector<uint8_t>& key) {
                                  m.addr = manAddrFromKey(key);
@@ -549,7 +549,7 @@ std::pair<uint32_t, uint32_t> remoteWalkOps(RemoteFilter f) {
 Walk<Neighbour> neighbourWalk(Client& c, RemoteFilter filter, std::span<const Field<Neighbour>> fields,
                               bool detailed) {
   const auto [first, next] = remoteWalkOps(filter);
-  return fieldWalk<Neighbour>(c, WalkSpec(first, next), op::kRemSysGet, fields,
+  return fieldWalk<Neighbour>(c, WalkPlan(first, next), op::kRemSysGet, fields,
                               [detailed](Neighbour& n, const std::vector<uint8_t>& key) {
                                 n.index = RemoteIndex::fromKey(key);
                                 n.detailed = detailed;
@@ -567,7 +567,7 @@ bool sameRecord(const std::vector<uint8_t>& key, const std::vector<uint8_t>& ind
 template <class T>
 Walk<T> listWalk(Client& c, uint32_t base, std::type_identity_t<std::span<const Field<T>>> fields,
                  void (*fromKey)(T&, const std::vector<uint8_t>&), const RemoteIndex* one = nullptr) {
-  WalkSpec s(base, base + 1);
+  WalkPlan s(base, base + 1);
   if (one) {
     std::vector<uint8_t> index16 = one->key();
     index16.resize(16);
@@ -643,7 +643,7 @@ void readLists(Client& c, const RemoteIndex* one, Put put) {
 
 Walk<RemoteIndex> neighbourIndexes(Client& c, RemoteFilter filter) {
   const auto [first, next] = remoteWalkOps(filter);
-  WalkSpec s{first, next, {}, {}};
+  WalkPlan s{first, next, {}, {}};
   return Walk<RemoteIndex>(
       c, std::move(s), [](WalkStep& st) { return std::optional<RemoteIndex>(RemoteIndex::fromKey(st.key)); });
 }
@@ -711,7 +711,7 @@ template <class T, class FromKey>
 Walk<T> portPairWalk(Client& c, uint32_t base, std::type_identity_t<std::span<const Field<T>>> fields,
                      FromKey fromKey) {
   return fieldWalk<T>(
-      c, WalkSpec(base, base + 1), base + 2, fields,
+      c, WalkPlan(base, base + 1), base + 2, fields,
       [fromKey](T& row, const std::vector<uint8_t>& key) { fromKey(row, keyWord(key, 0), keyWord(key, 4)); });
 }
 
