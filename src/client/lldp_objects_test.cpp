@@ -31,6 +31,17 @@ const std::string& agentPath() {
   return path;
 }
 
+// The result code a change was refused with, 0 when it went through.
+template <class F>
+uint32_t refusal(F change) {
+  try {
+    change();
+  } catch (const OperationError& e) {
+    return e.code();
+  }
+  return 0;
+}
+
 class ClientObjects : public lldptest::AgentTest {
  protected:
   void SetUp() override {
@@ -111,7 +122,7 @@ TEST_F(ClientObjects, GlobalRecordsReadEachFieldFromItsObject) {
   // A Set goes to the object and is cut to the field's width.
   setGlobal(c, gobj::kMsgTxInterval, 70000);
   EXPECT_EQ(getGlobalConfig(c).msgTxInterval, 4464u);
-  EXPECT_THROW(setGlobal(c, gobj::kRemInserts, 1), OperationError);  // no Set
+  EXPECT_EQ(refusal([this] { setGlobal(c, gobj::kRemInserts, 1); }), kUnknownObject);  // no Set
 }
 
 TEST_F(ClientObjects, PortRecordsMapTheirObjectsAndWalksSkipAPortThatWentAway) {
@@ -149,12 +160,7 @@ TEST_F(ClientObjects, PortRecordsMapTheirObjectsAndWalksSkipAPortThatWentAway) {
   clearPortCounters(c, 5);
   EXPECT_EQ(getPort(c, 5)->stats.framesIn, 0u);
   EXPECT_FALSE(getPort(c, 77));
-  try {
-    setPortInt(c, 77, pobj::kAdminStatus, 4);
-    FAIL();
-  } catch (const OperationError& e) {
-    EXPECT_EQ(e.code(), kNoSuchRow);
-  }
+  EXPECT_EQ(refusal([this] { setPortInt(c, 77, pobj::kAdminStatus, 4); }), kNoSuchRow);
 
   std::vector<uint32_t> units;
   for (uint32_t u : portUnits(c)) units.push_back(u);
@@ -200,12 +206,7 @@ TEST_F(ClientObjects, ManagementAddressesTravelInTheirKeyRecords) {
   EXPECT_EQ(getGlobalConfig(c).mgmtAddrCount, 3u);
 
   setGlobal(c, gobj::kAdminStatus, 2);
-  try {
-    addManAddr(c, *v4b);
-    FAIL();
-  } catch (const OperationError& e) {
-    EXPECT_EQ(e.code(), kAgentDisabled);
-  }
+  EXPECT_EQ(refusal([&] { addManAddr(c, *v4b); }), kAgentDisabled);
 }
 
 // A management address TLV: subtype, address, ifIndex numbering, no OID.
@@ -342,12 +343,7 @@ TEST_F(ClientObjects, LocalVlanPolicyAndLocationTablesReadBackWhatWasSet) {
   const auto policies = localPolicies(c).all();
   ASSERT_EQ(policies.size(), 1u);
   EXPECT_EQ(policies[0].policy, (MediaPolicy{1, 200, 6, 46, 0, 1}));
-  try {
-    setPolicy(c, 4, 1, polobj::kUnknown, 1);
-    FAIL();
-  } catch (const OperationError& e) {
-    EXPECT_EQ(e.code(), kUnknownObject);
-  }
+  EXPECT_EQ(refusal([this] { setPolicy(c, 4, 1, polobj::kUnknown, 1); }), kUnknownObject);
 
   const std::vector<uint8_t> civic = {0x07, 0x02, 'D', 'E', 0x03, 0x02, 'B', 'E'};
   setLocation(c, 4, 2, civic);
