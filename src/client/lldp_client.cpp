@@ -196,6 +196,9 @@ void Client::run(const CmdRequest* reqs, size_t n, CmdReply* out) {
 }
 
 void Client::exchange(const CmdRequest* reqs, size_t count, CmdReply* out, bool* wroteAny) {
+  // Every byte an agent sends answers a request: bytes left over from the
+  // last call mean the two sides no longer agree where a reply starts.
+  if (!in_.empty()) fail("bytes that answer no request");
   out_.clear();
   for (size_t i = 0; i < count; ++i) cmdAppendRequest(out_, reqs[i]);
   size_t sent = 0, done = 0;
