@@ -7,6 +7,8 @@
 #include <cstring>
 #include <iostream>
 
+#include <sys/stat.h>
+
 #include "client/lldp_client.h"
 
 namespace lldpctl {
@@ -17,7 +19,8 @@ const char* kUsage =
     "usage: lldpctl [-s SOCKET] call OP INDEX OBJECT [--int N | --str TEXT | --hex HEX]\n"
     "                                 [--size N] [--key HEX] [--key-words W,W,...]\n"
     "\n"
-    "  -s SOCKET   the agent's command socket (default /tmp/lldpcmd.socket)\n"
+    "  -s SOCKET   the agent's command socket (default: /run/lldpagent/lldpcmd.socket, the\n"
+    "              service's, when it exists, else /tmp/lldpcmd.socket)\n"
     "\n"
     "  call        performs one operation of the command socket and prints its reply as\n"
     "              {\"result\": CODE, \"value\": N, \"length\": N, \"hex\": \"...\", \"key\": \"...\"}\n"
@@ -33,6 +36,16 @@ const char* kUsage =
     "\n"
     "Numbers are decimal or 0x-prefixed hex. Exit status: 0 whatever the result code,\n"
     "1 when the agent cannot be reached, 2 for a usage error.\n";
+
+// The systemd service serves its socket here; an agent started by hand uses
+// the agent's own default.
+constexpr const char* kServiceSocket = "/run/lldpagent/lldpcmd.socket";
+
+std::string defaultSocket() {
+  struct stat st {};
+  if (::stat(kServiceSocket, &st) == 0 && S_ISSOCK(st.st_mode)) return kServiceSocket;
+  return lldpc::kDefaultSocket;
+}
 
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -96,7 +109,7 @@ std::string toHex(const std::vector<uint8_t>& b) {
 int main(int argc, char** argv) {
   using namespace lldpctl;
   Common common;
-  common.socket = lldpc::kDefaultSocket;
+  common.socket = "";
   std::vector<std::string> args(argv + 1, argv + argc);
   size_t i = 0;
   try {
@@ -112,6 +125,7 @@ int main(int argc, char** argv) {
       throw UsageError{"unknown option " + args[i]};
     }
     if (i >= args.size()) throw UsageError{"no verb given"};
+    if (common.socket.empty()) common.socket = defaultSocket();
     const std::string verb = args[i];
     const std::vector<std::string> rest(args.begin() + static_cast<long>(i) + 1, args.end());
     if (verb == "call") return verbCall(common, rest);
