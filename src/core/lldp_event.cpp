@@ -35,7 +35,6 @@ constexpr uint32_t kAggKindBit = 0x40000;
 constexpr uint32_t kTransKindIf = 5;
 constexpr uint32_t kIfTypeEthernet = 1;
 constexpr uint32_t kIfTypeMgmtEthernet = 44;
-constexpr uint32_t kHwScalarNoPeers = 54;
 
 constexpr uint16_t kAttrSkip54 = 54;
 // Attribute 55 carries a list of 16-bit values about the interface; the agent
@@ -73,18 +72,13 @@ struct MsgView {
   uint32_t body(uint32_t i) const { return word(kMsgHdrLen + 4 * i); }
 };
 
-bool hwNoPeersIsZero() {
-  uint32_t v = 1;
-  return zorHwilScalarGet(0, kHwScalarNoPeers, &v) == 0 && v == 0;
-}
-
 void slotUp(const MsgView& m) {
   const uint32_t s0 = m.body(0), s1 = m.body(1);
   LLDP_TRACE(LLDP_TRC_EVENT, "lldpSlotNotifier: slot:%lu/%lu ZOR_RTM_SLOT_UP!\r\n",
              static_cast<unsigned long>(s0), static_cast<unsigned long>(s1));
   uint32_t v1 = kProtoLldp, v2 = kProtoLldp;
   if (zorHwilSlotGet(s0, s1, kSlotObj1, &v1) != 0 || zorHwilSlotGet(s0, s1, kSlotObj2, &v2) != 0 ||
-      !hwNoPeersIsZero())
+      !lldpSyncAvailable())
     return;
   uint32_t v3 = kProtoLldp;
   const uint32_t ok = zorHwilSlotGet(s0, s1, kSlotObj3, &v3) == 0 ? 1 : 0;
@@ -98,7 +92,7 @@ void cardUp(const MsgView& m) {
              static_cast<unsigned long>(c2));
   uint32_t v1 = kProtoLldp, v2 = kProtoLldp;
   if (zorHwilCardGet(c0, c1, c2, kCardObj1, &v1) != 0 ||
-      zorHwilCardGet(c0, c1, c2, kCardObj2, &v2) != 0 || !hwNoPeersIsZero())
+      zorHwilCardGet(c0, c1, c2, kCardObj2, &v2) != 0 || !lldpSyncAvailable())
     return;
   uint32_t v3 = kProtoLldp;
   const uint32_t ok = zorHwilCardGet(c0, c1, c2, kCardObj3, &v3) == 0 ? 1 : 0;
@@ -110,7 +104,7 @@ void subSysUp(const MsgView& m) {
   const uint32_t sys = m.body(0);
   LLDP_TRACE(LLDP_TRC_EVENT, "lldpSubSysNotifier: subsystem:%lu UP!\r\n",
              static_cast<unsigned long>(sys));
-  if (sys != zorSelfSysIndex() && hwNoPeersIsZero()) lldpSyncAllSend(2, 1);
+  if (sys != zorSelfSysIndex() && lldpSyncAvailable()) lldpSyncAllSend(2, 1);
 }
 
 void delLink(const MsgView& m) {

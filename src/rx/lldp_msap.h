@@ -118,7 +118,10 @@ struct Msap {
   LldpDot1VlanName* dot1VlanNameList;  // by VLAN id ascending
   LldpDot1ProtoId* dot1ProtoIdList;
 
-  // IEEE 802.3
+  // IEEE 802.3. The sync message carries this block in record order up to
+  // dot3Mfs (only the first byte of the received-TLV map; the four MDI power
+  // truth values packed two bits each into one octet); the requested and
+  // allocated power of the extended power TLV do not travel.
   uint8_t dot3CapEnabled[2];  // received-TLV map
   uint8_t dot3AutoNegSupported;  // truth value
   uint8_t dot3AutoNegEnabled;    // truth value
@@ -129,9 +132,9 @@ struct Msap {
   uint8_t dot3PowerPortClass, dot3PowerMDISupported, dot3PowerMDIEnabled,
       dot3PowerPairControl;  // truth values
   uint8_t dot3PowerPairs, dot3PowerClass;
+  uint8_t dot3PowerType, dot3PowerSource;  // extended form; priority is medPowerPriority
   uint8_t dot3AggStatus;  // bit-reversed over one byte
   uint16_t dot3Mfs;
-  uint8_t dot3PowerType, dot3PowerSource;  // extended form; priority is medPowerPriority
   uint16_t dot3PowerRequested, dot3PowerAllocated;
 
   // TIA LLDP-MED

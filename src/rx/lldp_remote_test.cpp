@@ -24,6 +24,7 @@ Frame neighbour(const std::string& chassis, uint16_t ttl, const std::string& nam
 
 TEST(RemoteTable, InsertThenUnchangedRefreshWithoutNotification) {
   Agent a;
+  sim::setInt(sim::Svc::Hw, 0, 54, 0);  // a unit of a stack
   sim::advanceMs(7000);
   ASSERT_EQ(a.recv(neighbour("A", 120)), RX_FRAME_OK);
   ASSERT_EQ(neighbours(a.port()).size(), 1u);
@@ -49,6 +50,7 @@ TEST(RemoteTable, InsertThenUnchangedRefreshWithoutNotification) {
 
 TEST(RemoteTable, ChangeKeepsIndexAndMovesToFrontWithRateLimitedNotifications) {
   Agent a;
+  sim::setInt(sim::Svc::Hw, 0, 54, 0);  // a unit of a stack
   gLldpInfo.trapInterval = 5;
   sim::advanceMs(1000);
   a.recv(neighbour("A", 120, "v0"));
