@@ -91,7 +91,7 @@ fuzz: deps
 	    grep -m1 -A30 "ERROR" build-fuzz/$$n.log >&2; exit 1; fi; done
 
 bench: configure
-	@cmake --build $(BUILD) -j $(JOBS) --target tx_bench rx_bench client_bench
+	@cmake --build $(BUILD) -j $(JOBS) --target tx_bench rx_bench client_bench sync_bench
 	@for b in $(BUILD)/bench/*_bench; do [ -x "$$b" ] && "$$b"; done
 
 clean:

@@ -86,6 +86,31 @@ inline const Bytes kMed{0x00, 0x12, 0xBB};
 inline const Bytes kPriv{0x00, 0xE0, 0xFC};
 inline const Bytes kDcbx{0x00, 0x1B, 0x21};
 
+// A typical neighbour's LLDPDU (about 300 bytes, every TLV family).
+inline Frame typicalNeighbour(const std::string& chassis, const std::string& sysName = "access-sw-17", uint16_t ttl = 120) {
+  Frame f;
+  f.head(chassis, "GigabitEthernet1/0/24", ttl)
+      .tlv(4, str("uplink to distribution switch, rack 7"))
+      .tlv(5, str(sysName))
+      .tlv(6, str("Switch OS 15.2(7)E3, compiled 2026-03-01 by release engineering"))
+      .tlv(7, {0x00, 0x14, 0x00, 0x04})
+      .tlv(8, {5, 1, 10, 1, 7, 17, 2, 0, 0, 0, 24, 11, 0x06, 0x09, 0x2B, 0x06, 0x01, 0x02, 0x01, 0x04, 0x14, 0x01, 0x01})
+      .org(kDot1, 1, {0x00, 0x64})
+      .org(kDot1, 3, {0x00, 0x64, 5, 'u', 's', 'e', 'r', 's'})
+      .org(kDot1, 4, {2, 0x88, 0x8E})
+      .org(kDot3, 1, {0x03, 0x6C, 0x01, 0x00, 0x1E})
+      .org(kDot3, 2, {0x0F, 0x01, 0x04})
+      .org(kDot3, 3, {0x03, 0x00, 0x00, 0x00, 0x00})
+      .org(kDot3, 4, {0x05, 0xF2})
+      .org(kMed, 1, {0x00, 0x33, 0x04})
+      .org(kMed, 2, {0x01, 0x40, 0x15, 0x6E})
+      .org(kMed, 4, {0x12, 0x01, 0x2C})
+      .org(kMed, 5, str("HW 2.1"))
+      .org(kPriv, 1, {0x00, 0x14})
+      .end();
+  return f;
+}
+
 // Receive counters of a port and of the agent, for before/after deltas.
 struct Counters {
   uint32_t discarded, inErrors, in, tlvDiscarded, tlvUnrecognized, ageouts;
