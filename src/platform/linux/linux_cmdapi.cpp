@@ -42,7 +42,7 @@ int icmProcTcpInit(const char* taskName, const char* path, const IcmFuncEntry* t
   std::memcpy(lnx::gSockPath, p.c_str(), p.size() + 1);
   std::thread([lfd, table, count, name = std::string(taskName ? taskName : "cmd")] {
     lnx::nameThisThread(name);
-    lnx::cmdServe(lfd, table, count);
+    lnx::cmdServe(lfd, table, count, {{lnx::kCmdOpStackHello, lnx::stackHelloServe}});
   }).detach();
   return 0;
 }

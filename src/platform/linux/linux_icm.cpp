@@ -90,7 +90,7 @@ int cmdListen(const std::string& p, std::string* why) {
   return lfd;
 }
 
-void cmdServe(int lfd, const void* tablePtr, uint32_t count) {
+void cmdServe(int lfd, const void* tablePtr, uint32_t count, const std::vector<CmdPlatformOp>& ops) {
   const auto* table = static_cast<const IcmFuncEntry*>(tablePtr);
   std::vector<Client> clients;
   for (;;) {
@@ -133,7 +133,12 @@ void cmdServe(int lfd, const void* tablePtr, uint32_t count) {
           subscribe = true;
           break;
         }
-        const auto rep = cmdExecute(table, count, req);
+        // An operation of the platform's own (a peer unit's hello) is not
+        // in the agent's table.
+        const CmdPlatformOp* own = nullptr;
+        for (const auto& o : ops)
+          if (o.op == req.op) own = &o;
+        const auto rep = own ? own->serve(req) : cmdExecute(table, count, req);
         out.insert(out.end(), rep.begin(), rep.end());
         if (out.size() >= kCmdMaxReply) {
           if (!sendAll(c.fd, out, 0)) {

@@ -210,9 +210,11 @@ bool configuredMgmtAddr(uint8_t family, Addr* out) {
 }
 
 bool ownAddress(uint32_t unit, Addr* out) {
+  const uint32_t ifindex = lnx::ifindexOfUnit(unit);
+  if (ifindex == 0) return false;
   for (uint8_t fam : {uint8_t{1}, uint8_t{2}})
     for (const Addr& a : hostAddresses())
-      if (a.ifindex == unit && a.family == fam) {
+      if (a.ifindex == ifindex && a.family == fam) {
         *out = a;
         return true;
       }
@@ -238,7 +240,7 @@ bool systemMac(uint8_t* mac) {
   std::vector<lnx::Link> links = lnx::linkAll();
   if (links.empty()) links = lnx::linkScan();
   for (const lnx::Link& l : links) {
-    if (!l.isPort || l.gone) continue;
+    if (!l.isPort || l.gone || l.remote) continue;
     static const uint8_t zero[6] = {};
     if (std::memcmp(l.mac, zero, 6) == 0) continue;
     if (!found || std::memcmp(l.mac, best, 6) < 0) {
@@ -320,14 +322,15 @@ int zorIfGetApi(uint32_t unit, uint32_t objId, void* out) {
       return lnx::optBool("host.vlanfilter", true) ? 0 : -1;
     case 235: {
       lnx::Link m;
-      const bool inAgg = l.master && lnx::linkGet(l.master, &m) && (m.kind == "bond" || m.kind == "team");
+      const bool inAgg = l.master && lnx::linkGet(lnx::unitOfIfindex(l.master), &m) &&
+                         (m.kind == "bond" || m.kind == "team");
       return putInt(out, inAgg ? 1 : 2);
     }
     case 236: {
       lnx::Link m;
-      if (!l.master || !lnx::linkGet(l.master, &m) || (m.kind != "bond" && m.kind != "team"))
-        return -1;
-      return putInt(out, l.master);
+      const uint32_t bond = lnx::unitOfIfindex(l.master);
+      if (!l.master || !lnx::linkGet(bond, &m) || (m.kind != "bond" && m.kind != "team")) return -1;
+      return putInt(out, bond);
     }
     default:
       return -1;
@@ -415,7 +418,8 @@ int zorIfUnit2Name(uint32_t unit, char* name) {
     return 0;
   }
   char buf[IF_NAMESIZE + 1] = {};
-  if (if_indextoname(unit, buf)) {
+  const uint32_t ifindex = lnx::ifindexOfUnit(unit);
+  if (ifindex != 0 && if_indextoname(ifindex, buf)) {
     std::snprintf(name, ZOR_IFNAME_LEN, "%s", buf);
     return 0;
   }
@@ -433,7 +437,7 @@ int zorIndexTrans(uint32_t unit, uint32_t kind, ZorIndexInfo* out) {
   if (kind == 5) {
     out->index = unit;
     out->ifType = l.isMgmt ? 44 : 1;
-    out->portKind = 1;
+    out->portKind = l.remote ? 2 : 1;  // 2: a port of another unit of the stack
     out->status = 0;
     return 0;
   }
@@ -446,7 +450,10 @@ int zorIndexTrans(uint32_t unit, uint32_t kind, ZorIndexInfo* out) {
   return -1;
 }
 
-uint32_t zorSelfSysIndex(void) { return 1; }
+uint32_t zorSelfSysIndex(void) {
+  const uint32_t n = lnx::stackUnitSelf();
+  return n != 0 ? n : 1;
+}
 
 int zorIpGetFirst(const ZorIpQuery* query, ZorIpAddr* out) {
   if (!query || !out || (query->family != 1 && query->family != 2) || query->kindSet == 0)
@@ -459,7 +466,7 @@ int zorIpGetFirst(const ZorIpQuery* query, ZorIpAddr* out) {
   } else {
     for (const Addr& a : hostAddresses()) {
       if (a.family != query->family) continue;
-      if (query->unit != 0 && a.ifindex != query->unit) continue;
+      if (query->unit != 0 && a.ifindex != lnx::ifindexOfUnit(query->unit)) continue;
       switch (query->preference) {
         case 0:  // the management interface's own address
           if (!mgmtIf.empty() && a.ifname == mgmtIf) pick.push_back(a);

@@ -14,6 +14,7 @@
 // When the kernel reports a lost notification (ENOBUFS) it dumps again and
 // removes what the dump no longer shows.
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fnmatch.h>
@@ -38,7 +39,15 @@ namespace lnx {
 namespace {
 
 std::mutex gLinkLock;
-std::map<uint32_t, Link> gLinks;
+std::map<uint32_t, Link> gLinks;  // by unit
+
+// The agent's end of the event socket pair is read by the protocol task;
+// this end is written by the netlink thread and the stack thread.
+std::mutex gEventLock;
+int gEventFd = -1;
+bool gEventPeerGone = false;
+std::atomic<uint64_t> gEventWritten{0};
+std::atomic<bool> gFirstDumpDone{false};
 
 std::vector<std::string> splitPatterns(const std::string& s) {
   std::vector<std::string> out;
@@ -97,8 +106,10 @@ void finish(std::vector<uint8_t>& b) { put32(b, 0, static_cast<uint32_t>(b.size(
 
 bool isAggregation(uint32_t ifindex) {
   Link m;
-  return ifindex != 0 && linkGet(ifindex, &m) && (m.kind == "bond" || m.kind == "team");
+  return ifindex != 0 && linkGet(unitOfIfindex(ifindex), &m) && (m.kind == "bond" || m.kind == "team");
 }
+
+uint32_t unitOf(const Link& l) { return l.unit != 0 ? l.unit : unitOfIfindex(l.ifindex); }
 
 }  // namespace
 
@@ -116,9 +127,9 @@ bool linkIsPortCandidate(const Link& l) {
 
 bool linkOperUp(const Link& l) { return (l.flags & IFF_UP) && (l.flags & IFF_RUNNING); }
 
-bool linkGet(uint32_t ifindex, Link* out) {
+bool linkGet(uint32_t unit, Link* out) {
   std::lock_guard<std::mutex> g(gLinkLock);
-  auto it = gLinks.find(ifindex);
+  auto it = gLinks.find(unit);
   if (it == gLinks.end()) return false;
   if (out) *out = it->second;
   return true;
@@ -132,13 +143,15 @@ std::vector<Link> linkAll() {
 }
 
 void linkPut(const Link& l) {
+  Link e = l;
+  e.unit = unitOf(l);
   std::lock_guard<std::mutex> g(gLinkLock);
-  gLinks[l.ifindex] = l;
+  gLinks[e.unit] = e;
 }
 
-void linkMarkGone(uint32_t ifindex) {
+void linkMarkGone(uint32_t unit) {
   std::lock_guard<std::mutex> g(gLinkLock);
-  auto it = gLinks.find(ifindex);
+  auto it = gLinks.find(unit);
   if (it != gLinks.end()) it->second.gone = true;
 }
 
@@ -149,6 +162,14 @@ void linkTableClear() {
 
 std::vector<uint8_t> msgLinkRegister(uint32_t unit) {
   auto b = ifMsg(ZOR_RTM_NEWLINK, unit, 0xFFFFFFFFu);
+  finish(b);
+  return b;
+}
+
+std::vector<uint8_t> msgSubSysUp(uint32_t sysIndex) {
+  std::vector<uint8_t> b(kZorIfAttrOffset - 20, 0);  // header and one body word
+  put16(b, 4, ZOR_RTM_SUBSYS_UP);
+  put32(b, 24, sysIndex);
   finish(b);
   return b;
 }
@@ -179,21 +200,22 @@ std::vector<uint8_t> msgLinkChange(uint32_t unit, const LinkChange& c) {
 
 std::vector<std::vector<uint8_t>> msgsForLink(const Link* before, const Link& after) {
   std::vector<std::vector<uint8_t>> out;
+  const uint32_t unit = unitOf(after);
   const bool wasPort = before && before->isPort && !before->gone;
   if (!after.isPort || after.gone) {
-    if (wasPort) out.push_back(msgLinkRemove(after.ifindex));
+    if (wasPort) out.push_back(msgLinkRemove(unit));
     return out;
   }
   LinkChange c;
   const uint8_t oper = linkOperUp(after) ? 1 : 2;
   const uint32_t frame = after.mtu + kFrameOverhead;
   if (!wasPort) {
-    out.push_back(msgLinkRegister(after.ifindex));
+    out.push_back(msgLinkRegister(unit));
     c.oper = c.mtu = c.mac = true;
     c.operValue = oper;
     c.mtuValue = frame;
     std::memcpy(c.macValue, after.mac, 6);
-    if (isAggregation(after.master)) c.joinAgg = after.master;
+    if (isAggregation(after.master)) c.joinAgg = unitOfIfindex(after.master);
   } else {
     if ((linkOperUp(*before) ? 1 : 2) != oper) {
       c.oper = true;
@@ -208,11 +230,11 @@ std::vector<std::vector<uint8_t>> msgsForLink(const Link* before, const Link& af
       std::memcpy(c.macValue, after.mac, 6);
     }
     if (before->master != after.master) {
-      if (isAggregation(before->master)) c.quitAgg = before->master;
-      if (isAggregation(after.master)) c.joinAgg = after.master;
+      if (isAggregation(before->master)) c.quitAgg = unitOfIfindex(before->master);
+      if (isAggregation(after.master)) c.joinAgg = unitOfIfindex(after.master);
     }
   }
-  auto m = msgLinkChange(after.ifindex, c);
+  auto m = msgLinkChange(unit, c);
   if (!m.empty()) out.push_back(std::move(m));
   return out;
 }
@@ -220,18 +242,14 @@ std::vector<std::vector<uint8_t>> msgsForLink(const Link* before, const Link& af
 namespace {
 
 struct NlCtx {
-  int outFd;
   bool dumping;
-  std::set<uint32_t> seen;
-  bool peerGone;
+  std::set<uint32_t> seen;  // ifindexes a dump showed
 };
 
-void sendAll(NlCtx* ctx, const std::vector<std::vector<uint8_t>>& msgs) {
-  for (const auto& m : msgs) {
-    if (::send(ctx->outFd, m.data(), m.size(), MSG_NOSIGNAL) < 0 &&
-        (errno == ECONNREFUSED || errno == EPIPE || errno == EBADF))
-      ctx->peerGone = true;
-  }
+void sendAll(NlCtx* /*ctx*/, const std::vector<std::vector<uint8_t>>& msgs) {
+  if (msgs.empty()) return;
+  eventWrite(msgs);
+  stackPortsChanged();
 }
 
 int linkAttrCb(const nlattr* a, void* data) {
@@ -264,6 +282,7 @@ void parseLink(const nlmsghdr* nlh, Link* out) {
   const nlattr* tb[IFLA_MAX + 1] = {};
   mnl_attr_parse(nlh, sizeof(ifinfomsg), linkAttrCb, tb);
   l.ifindex = static_cast<uint32_t>(ifi->ifi_index);
+  l.unit = unitOfIfindex(l.ifindex);
   l.gone = false;
   l.arpType = ifi->ifi_type;
   l.flags = ifi->ifi_flags;
@@ -282,7 +301,8 @@ void parseLink(const nlmsghdr* nlh, Link* out) {
   }
   const std::string mgmt = optString("host.mgmtif", "");
   l.isMgmt = !mgmt.empty() && l.name == mgmt;
-  l.isPort = linkIsPortCandidate(l);
+  // A stacked unit numbers its ports with 16 bits of ifindex.
+  l.isPort = linkIsPortCandidate(l) && (stackUnitSelf() == 0 || l.ifindex <= 0xFFFF);
 }
 
 int linkMsgCb(const nlmsghdr* nlh, void* data) {
@@ -294,16 +314,17 @@ int linkMsgCb(const nlmsghdr* nlh, void* data) {
   // link itself.
   if (ifi->ifi_family != AF_UNSPEC) return MNL_CB_OK;
   const uint32_t ifindex = static_cast<uint32_t>(ifi->ifi_index);
+  const uint32_t unit = unitOfIfindex(ifindex);
 
   Link before;
-  const bool known = linkGet(ifindex, &before);
+  const bool known = linkGet(unit, &before);
   if (nlh->nlmsg_type == RTM_DELLINK) {
     if (!known) return MNL_CB_OK;
     Link after = before;
     after.gone = true;
     auto msgs = msgsForLink(&before, after);
-    linkMarkGone(ifindex);
-    frameGroupSet(ifindex, 0xFFFFFFFFu, false);
+    linkMarkGone(unit);
+    frameGroupSet(unit, 0xFFFFFFFFu, false);
     sendAll(ctx, msgs);
     return MNL_CB_OK;
   }
@@ -332,24 +353,29 @@ bool requestDump(mnl_socket* nl, uint32_t seq) {
 // Called when a dump has ended: whatever it did not show has gone.
 void dumpDone(NlCtx* ctx) {
   for (const Link& l : linkAll()) {
-    if (l.gone || ctx->seen.count(l.ifindex)) continue;
+    if (l.gone || l.remote || ctx->seen.count(l.ifindex)) continue;
     Link after = l;
     after.gone = true;
     auto msgs = msgsForLink(&l, after);
-    linkMarkGone(l.ifindex);
+    linkMarkGone(l.unit);
     sendAll(ctx, msgs);
   }
   ctx->dumping = false;
   ctx->seen.clear();
+  gFirstDumpDone = true;
 }
 
-void netlinkThread(int outFd, mnl_socket* nl) {
+void netlinkThread(mnl_socket* nl) {
   nameThisThread("link");
-  NlCtx ctx{outFd, true, {}, false};
+  NlCtx ctx{true, {}};
   uint32_t seq = 1;
   std::vector<char> buf(1 << 16);
   requestDump(nl, seq);
-  while (!ctx.peerGone) {
+  for (;;) {
+    {
+      std::lock_guard<std::mutex> g(gEventLock);
+      if (gEventPeerGone) break;
+    }
     const ssize_t n = mnl_socket_recvfrom(nl, buf.data(), buf.size());
     if (n < 0) {
       if (errno == EINTR) continue;
@@ -377,10 +403,35 @@ void netlinkThread(int outFd, mnl_socket* nl) {
     }
   }
   mnl_socket_close(nl);
-  ::close(outFd);
+  std::lock_guard<std::mutex> g(gEventLock);
+  ::close(gEventFd);
+  gEventFd = -1;
 }
 
 }  // namespace
+
+void eventSocketSet(int fd) {
+  std::lock_guard<std::mutex> g(gEventLock);
+  gEventFd = fd;
+  gEventPeerGone = false;
+}
+
+bool eventWrite(const std::vector<std::vector<uint8_t>>& msgs) {
+  std::lock_guard<std::mutex> g(gEventLock);
+  if (gEventFd < 0) return false;
+  for (const auto& m : msgs) {
+    if (::send(gEventFd, m.data(), m.size(), MSG_NOSIGNAL) < 0) {
+      if (errno == ECONNREFUSED || errno == EPIPE || errno == EBADF) gEventPeerGone = true;
+      continue;
+    }
+    gEventWritten.fetch_add(1);
+  }
+  return true;
+}
+
+uint64_t eventMessagesWritten() { return gEventWritten.load(); }
+
+bool linkTableFilled() { return gFirstDumpDone.load(); }
 
 std::vector<Link> linkScan() {
   std::vector<Link> out;
@@ -426,7 +477,8 @@ int netlinkThreadStart(int fd) {
   // change at once.
   int rcv = 1 << 20;
   setsockopt(mnl_socket_get_fd(nl), SOL_SOCKET, SO_RCVBUF, &rcv, sizeof rcv);
-  std::thread(netlinkThread, fd, nl).detach();
+  eventSocketSet(fd);
+  std::thread(netlinkThread, nl).detach();
   return 0;
 }
 

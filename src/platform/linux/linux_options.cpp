@@ -53,7 +53,7 @@ const char* const kKnownKeys[] = {
     "host.vlanfilter", "host.tpid", "host.mautype", "host.bondmembers", "host.poe",
     "host.poeclass", "host.poepriority", "host.poepairs", "host.medpowertype",
     "host.psepowersource", "host.voicevlan", "host.voicepriority", "host.voicedscp", "host.stackpeers",
-    "host.notify", "host.user",
+    "host.notify", "host.user", "host.stackunit",
 };
 
 // Options whose new value takes effect in a running agent: the platform or
@@ -148,6 +148,20 @@ bool optBuild(const std::string& path, OptMap* out, OptError* err, bool printWar
       return false;
     }
     debug->second = std::to_string(mask);
+  }
+  // A stacked unit needs a number of its own: it numbers its ports with it.
+  const auto unit = m.find("host.stackunit");
+  const auto peers = m.find("host.stackpeers");
+  if (unit != m.end() || (peers != m.end() && !peers->second.empty())) {
+    const std::string u = unit != m.end() ? unit->second : "";
+    char* end = nullptr;
+    const unsigned long n = std::strtoul(u.c_str(), &end, 10);
+    if (unit == m.end() || u.empty() || !end || *end != '\0' || n < 1 || n > kStackUnitMax) {
+      *err = {path, -1,
+              unit != m.end() ? "host.stackunit needs a number from 1 to 255"
+                              : "host.stackpeers needs host.stackunit (this unit's number, 1 to 255)"};
+      return false;
+    }
   }
   for (const auto& [k, v] : gOverrides) m[k] = v;
   *out = std::move(m);

@@ -64,9 +64,12 @@ bool optBool(const std::string& key, bool dflt);
 bool optKnownKey(const std::string& key);
 
 // ---- Link table --------------------------------------------------------------
-// One entry per Linux interface of the agent's namespace (ports and others).
+// One entry per Linux interface of the agent's namespace (ports and others),
+// and, in a stack, one per port of the other units (remote). Keyed by the
+// agent's unit number (unitOfIfindex for a local interface).
 struct Link {
-  uint32_t ifindex = 0;
+  uint32_t ifindex = 0;  // Linux ifindex; for a remote port, the other unit's
+  uint32_t unit = 0;     // the agent's unit; linkPut fills it for a local link
   std::string name;
   std::string kind;      // IFLA_INFO_KIND ("veth", "bond", ""...)
   std::string alias;
@@ -78,17 +81,19 @@ struct Link {
   bool isPort = false;   // chosen by the name patterns
   bool isMgmt = false;   // the management Ethernet interface
   bool gone = false;     // deleted; kept so that the removal can be translated
+  bool remote = false;   // a port of another unit of the stack
 };
 
 // Port choice by name patterns and kind (host.ports, host.exclude).
 bool linkIsPortCandidate(const Link& l);
 bool linkOperUp(const Link& l);
 
-bool linkGet(uint32_t ifindex, Link* out);
+bool linkGet(uint32_t unit, Link* out);
 std::vector<Link> linkAll();
-// Replaces an entry (the netlink thread and tests).
+// Replaces an entry (the netlink thread, the stack and tests); a link without
+// a unit gets the unit of its ifindex.
 void linkPut(const Link& l);
-void linkMarkGone(uint32_t ifindex);
+void linkMarkGone(uint32_t unit);
 void linkTableClear();
 // One synchronous dump of the kernel's links (ports chosen as above),
 // without touching the table.
@@ -97,6 +102,8 @@ std::vector<Link> linkScan();
 // ---- Platform messages ---------------------------------------------------------
 // Encoders of the interface messages written on the agent's event socket.
 std::vector<uint8_t> msgLinkRegister(uint32_t unit);
+// A sub-system (another unit of the stack) has started.
+std::vector<uint8_t> msgSubSysUp(uint32_t sysIndex);
 std::vector<uint8_t> msgLinkRemove(uint32_t unit);
 struct LinkChange {
   bool oper = false;
@@ -119,15 +126,31 @@ constexpr uint32_t kFrameOverhead = 18;  // Ethernet header, tag and FCS
 // Starts the routing-netlink thread writing to fd (one end of the event
 // socket pair). Returns 0 or -1.
 int netlinkThreadStart(int fd);
+// The agent's event socket: a datagram socket pair whose other end the
+// platform writes (the netlink thread runs only when asked; tests go
+// without). Returns the agent's end or -1.
+int eventSocketOpen(bool netlinkThread);
+// The platform's end of the event socket.
+void eventSocketSet(int fd);
+// Writes platform messages to the agent's event socket, in order, from any
+// thread; false when there is no event socket (yet).
+bool eventWrite(const std::vector<std::vector<uint8_t>>& msgs);
+// Messages written so far, and messages the agent has read and finished
+// with (counted by the event socket: everything read before the protocol
+// task's next wait is handled).
+uint64_t eventMessagesWritten();
+uint64_t eventMessagesDone();
+// True once the netlink thread's first dump of the links is announced.
+bool linkTableFilled();
 
 // ---- Frame socket ---------------------------------------------------------------
 // The agent's frame socket (its Linux descriptor), -1 before it is opened.
 int frameSocketFd();
-// Joins (join = true) or leaves the LLDP destination group of an interface on
-// the frame socket for one reason (a bit of `reason`); the group is joined
-// while any reason holds.
-int frameGroupSet(uint32_t ifindex, uint32_t reason, bool join);
-bool frameGroupJoined(uint32_t ifindex);
+// Joins (join = true) or leaves the LLDP destination group of a port (by its
+// unit) on the frame socket for one reason (a bit of `reason`); the group is
+// joined while any reason holds. A port of another unit has nothing to join.
+int frameGroupSet(uint32_t unit, uint32_t reason, bool join);
+bool frameGroupJoined(uint32_t unit);
 
 // ---- Command server -------------------------------------------------------------
 // The framing is shared with the clients (platform/common/cmdframe.h); its
@@ -152,9 +175,16 @@ std::vector<uint8_t> cmdExecute(const void* table, uint32_t count, const CmdRequ
 // that a test or benchmark can serve a table with the simulated platform).
 // cmdListen binds and listens on path (mode 0660), leaving alone a path that
 // another server still answers on; returns the socket, or -1 with *why.
-// cmdServe serves the table on it, on the calling thread, for good.
+// cmdServe serves the table on it, on the calling thread, for good; `ops`
+// are operations that the platform serves itself, before the table.
 int cmdListen(const std::string& path, std::string* why);
-void cmdServe(int lfd, const void* table, uint32_t count);
+struct CmdPlatformOp {
+  uint32_t op;
+  std::vector<uint8_t> (*serve)(const CmdRequest& req);  // the reply's bytes
+};
+void cmdServe(int lfd, const void* table, uint32_t count, const std::vector<CmdPlatformOp>& ops = {});
+// The platform's own operation: a stack peer's hello (stackHelloServe).
+constexpr uint32_t kCmdOpStackHello = 1000;
 // Sends one event (kind, argument, payload) to every subscribed client.
 void eventPublish(uint32_t kind, uint32_t arg, const void* data, size_t len);
 // Removes the command socket's path (at exit).
@@ -163,12 +193,69 @@ void cmdSocketUnlink();
 std::string cmdSocketPath();
 
 // ---- Stack peers (linux_stack.cpp) --------------------------------------------
+// This agent's stack unit number (host.stackunit, 1 to 255), 0 outside a
+// stack. A stacked unit numbers its ports unit << 16 | ifindex, so that every
+// port of the stack has a unit of its own; outside a stack the unit is the
+// ifindex.
+uint32_t stackUnitSelf();
+uint32_t unitOfIfindex(uint32_t ifindex);
+// The local ifindex of a unit; 0 for a port of another unit.
+uint32_t ifindexOfUnit(uint32_t unit);
 bool stackHasPeers();
+// Starts the stack thread (hellos to the peers, the join announcements and
+// the removal of lost units' ports) when peers are configured.
+void stackStart();
+// The local ports changed: say hello to the peers now.
+void stackPortsChanged();
+// Answers a peer's hello (platform operation kCmdOpStackHello) with the reply
+// bytes.
+std::vector<uint8_t> stackHelloServe(const CmdRequest& req);
+// Forwarded commands dropped because the queue was full, since start.
+uint64_t stackDropped();
+
+// Stack messages (linux_stackmsg.cpp, free of system calls). A hello
+// announces a unit and its ports to a peer; the reply says who answered and
+// whether that agent has taken our ports in (ready), so that the whole state
+// sent next finds them.
+constexpr uint32_t kStackUnitMax = 255;
+constexpr uint32_t kStackPortsMax = 4096;
+struct StackHelloPort {
+  uint32_t ifindex = 0;  // the sender's Linux ifindex (1 to 65535)
+  bool up = false;
+  uint32_t mtu = 0;      // Linux MTU
+  uint8_t mac[6] = {0, 0, 0, 0, 0, 0};
+  std::string name;      // at most 16 bytes, printable
+};
+struct StackHello {
+  uint32_t unit = 0;
+  uint32_t incarnation = 0;  // changes when the agent restarts
+  std::vector<StackHelloPort> ports;
+};
+struct StackHelloReply {
+  uint32_t unit = 0;
+  uint32_t incarnation = 0;
+  bool ready = false;
+};
+std::vector<uint8_t> helloEncode(const StackHello& h);
+// False (out untouched) when the bytes are not one well-formed hello.
+bool helloDecode(const uint8_t* p, size_t n, StackHello* out);
+std::vector<uint8_t> helloReplyEncode(const StackHelloReply& r);
+bool helloReplyDecode(const uint8_t* p, size_t n, StackHelloReply* out);
+// The messages of a buffer of the agent's synchronisation messages that this
+// unit (stack unit number self) forwards, each on its own: the global
+// statistics, and records and port statistics of its own ports. The walk
+// stops at a length that does not fit.
+std::vector<std::vector<uint8_t>> stackSyncMessages(const uint8_t* buf, size_t n, uint32_t self);
 // The peers' Sync operation and object for a forwarded command id.
 bool stackSyncOp(uint32_t cmdId, uint32_t* op, uint32_t* obj);
 // The request that forwards one command to a peer.
 bool stackRequest(uintptr_t index, uint32_t cmdId, const ZorValue* value, const ZorSyncCtl* ctl,
                   CmdRequest* req);
+// The requests that forward one command to a peer: one, or for a buffer of
+// synchronisation messages one per message this unit forwards
+// (stackSyncMessages). None when the command is not forwarded.
+std::vector<CmdRequest> stackRequests(uintptr_t index, uint32_t cmdId, const ZorValue* value,
+                                      const ZorSyncCtl* ctl);
 // Waits (up to 5 s) until every queued command has been delivered.
 void stackDrain();
 

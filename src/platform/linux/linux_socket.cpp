@@ -40,6 +40,10 @@ std::mutex gSockLock;
 std::map<int, Kind> gKinds;
 int gFrameFd = -1;
 std::atomic<bool> gAuxData{false};
+// Messages read from the event socket, and how many of them were read
+// before the protocol task last went back to wait (so handled).
+std::atomic<uint64_t> gEventRead{0};
+std::atomic<uint64_t> gEventDone{0};
 
 // (ifindex, group address) -> reasons for membership.
 std::map<std::pair<uint32_t, std::vector<uint8_t>>, uint32_t> gGroups;
@@ -105,11 +109,12 @@ int groupSetLocked(uint32_t ifindex, const std::vector<uint8_t>& addr, uint32_t 
   return 0;
 }
 
+// The address's interface is the agent's unit; 0 stays 0 (any interface).
 void toLinux(const ZorSockAddrLl& z, sockaddr_ll* l) {
   std::memset(l, 0, sizeof *l);
   l->sll_family = AF_PACKET;
   l->sll_protocol = htons(z.protocol);
-  l->sll_ifindex = static_cast<int>(z.ifIndex);
+  l->sll_ifindex = static_cast<int>(z.ifIndex ? lnx::ifindexOfUnit(z.ifIndex) : 0);
   l->sll_hatype = z.hatype;
   l->sll_pkttype = z.pktType;
   l->sll_halen = z.halen > 8 ? 8 : z.halen;
@@ -120,7 +125,7 @@ void fromLinux(const sockaddr_ll& l, ZorSockAddrLl* z) {
   std::memset(z, 0, sizeof *z);
   z->family = ZOR_AF_PACKET;
   z->protocol = ntohs(l.sll_protocol);
-  z->ifIndex = static_cast<uint32_t>(l.sll_ifindex);
+  z->ifIndex = lnx::unitOfIfindex(static_cast<uint32_t>(l.sll_ifindex));
   z->hatype = l.sll_hatype;
   z->pktType = l.sll_pkttype;
   z->halen = l.sll_halen;
@@ -228,8 +233,10 @@ int filterRecord(const void* value, uint32_t len, bool add) {
   }
   if (kind == 2 && gPendingFilterUnit != 0) {
     std::vector<uint8_t> mac(r + 12, r + 18);
+    const uint32_t ifindex = lnx::ifindexOfUnit(gPendingFilterUnit);
+    if (ifindex == 0) return 0;  // a port of another unit
     std::lock_guard<std::mutex> g(gSockLock);
-    return groupSetLocked(gPendingFilterUnit, mac, 4, add);
+    return groupSetLocked(ifindex, mac, 4, add);
   }
   return -1;
 }
@@ -243,14 +250,36 @@ int frameSocketFd() {
   return gFrameFd;
 }
 
-int frameGroupSet(uint32_t ifindex, uint32_t reason, bool join) {
+int frameGroupSet(uint32_t unit, uint32_t reason, bool join) {
+  const uint32_t ifindex = ifindexOfUnit(unit);
+  if (ifindex == 0) return 0;  // a port of another unit: nothing to join here
   std::lock_guard<std::mutex> g(gSockLock);
   return groupSetLocked(ifindex, std::vector<uint8_t>(kLldpGroup, kLldpGroup + 6), reason, join);
 }
 
-bool frameGroupJoined(uint32_t ifindex) {
+bool frameGroupJoined(uint32_t unit) {
+  const uint32_t ifindex = ifindexOfUnit(unit);
   std::lock_guard<std::mutex> g(gSockLock);
   return gGroups.count({ifindex, std::vector<uint8_t>(kLldpGroup, kLldpGroup + 6)}) != 0;
+}
+
+uint64_t eventMessagesDone() { return gEventDone.load(); }
+
+int eventSocketOpen(bool netlinkThread) {
+  int sv[2];
+  if (::socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, sv) < 0) return -1;
+  if (netlinkThread) {
+    if (netlinkThreadStart(sv[1]) < 0) {
+      ::close(sv[0]);
+      ::close(sv[1]);
+      return -1;
+    }
+  } else {
+    eventSocketSet(sv[1]);
+  }
+  std::lock_guard<std::mutex> g(gSockLock);
+  gKinds[sv[0]] = Kind::Event;
+  return sv[0];
 }
 
 }  // namespace lnx
@@ -279,16 +308,9 @@ int zor_socket(int family, int type, int /*protocol*/) {
     return fd;
   }
   if (family == ZOR_AF_NETLINK) {
-    int sv[2];
-    if (::socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, sv) < 0) return -1;
-    if (lnx::netlinkThreadStart(sv[1]) < 0) {
-      ::close(sv[0]);
-      ::close(sv[1]);
-      return -1;
-    }
-    std::lock_guard<std::mutex> g(gSockLock);
-    gKinds[sv[0]] = Kind::Event;
-    return sv[0];
+    const int fd = lnx::eventSocketOpen(true);
+    if (fd >= 0) lnx::stackStart();
+    return fd;
   }
   errno = EAFNOSUPPORT;
   return -1;
@@ -335,6 +357,10 @@ int zor_select(int nfds, ZorFdSet* readSet, ZorFdSet* writeSet, ZorFdSet* errorS
   std::vector<pollfd> pfds;
   if (nfds > ZOR_FD_SETSIZE) nfds = ZOR_FD_SETSIZE;
   for (int fd = 0; fd < nfds; ++fd) {
+    Kind k;
+    // The protocol task waits again: what it read before is handled.
+    if (readSet && ZOR_FD_ISSET(fd, readSet) && kindOf(fd, &k) && k == Kind::Event)
+      gEventDone.store(gEventRead.load());
     short ev = 0;
     if (readSet && ZOR_FD_ISSET(fd, readSet)) ev |= POLLIN;
     if (writeSet && ZOR_FD_ISSET(fd, writeSet)) ev |= POLLOUT;
@@ -382,6 +408,7 @@ long zor_recvmsg(int fd, ZorMsg* msg, int flags) {
   if (!msg->iov || msg->iovLen == 0) return -1;
   const ssize_t n = ::recv(fd, msg->iov[0].base, msg->iov[0].len, lflags);
   if (n < 0) return -1;
+  gEventRead.fetch_add(1);
   if (msg->name && msg->nameLen >= sizeof(ZorSockAddrNl)) {
     ZorSockAddrNl nl{ZOR_AF_NETLINK, 0, 0, 0};
     std::memcpy(msg->name, &nl, sizeof nl);
@@ -404,6 +431,7 @@ long zor_recvfrom(int fd, void* buf, size_t len, int flags, void* from, uint32_t
   }
   const ssize_t n = ::recv(fd, buf, len, lflags);
   if (n < 0) return -1;
+  gEventRead.fetch_add(1);
   if (from && fromLen && *fromLen >= sizeof(ZorSockAddrNl)) {
     ZorSockAddrNl nl{ZOR_AF_NETLINK, 0, 0, 0};
     std::memcpy(from, &nl, sizeof nl);
@@ -421,6 +449,10 @@ long zor_sendto(int fd, const void* buf, size_t len, int flags, const void* to, 
   std::memcpy(&z, to, sizeof z);
   sockaddr_ll l;
   toLinux(z, &l);
+  if (z.ifIndex != 0 && l.sll_ifindex == 0) {
+    errno = ENXIO;  // a port of another unit: its frames are that unit's
+    return -1;
+  }
   return ::sendto(fd, buf, len, lflags, reinterpret_cast<sockaddr*>(&l), sizeof l);
 }
 

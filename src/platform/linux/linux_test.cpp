@@ -4,12 +4,15 @@
 // a real Unix socket). The daemon run end to end is in tests/*_test.sh.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <linux/if.h>
@@ -580,6 +583,8 @@ TEST_F(LinuxPlatform, SetsAreForwardedToStackPeersAsSyncs) {
   const std::string path = "/tmp/lldp-linux-peer-" + std::to_string(getpid()) + ".sock";
   lnx::optSet("host.cmdsocket", path);
   ASSERT_EQ(icmProcTcpInit("testpeer", "/tmp/unused.socket", kPeerTable, 3), 0);
+  // This process plays the peer: its own socket path would be skipped.
+  lnx::optSet("host.cmdsocket", "/tmp/lldp-linux-self.sock");
   lnx::optSet("host.stackpeers", path);
   EXPECT_EQ(zorHwilScalarGet(0, 54, &v), 0);
   EXPECT_EQ(v, 0u);
@@ -602,10 +607,29 @@ TEST_F(LinuxPlatform, SetsAreForwardedToStackPeersAsSyncs) {
   ZorSyncCtl sync{1, 0, 4, 0};  // came from a peer: not sent back
   EXPECT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 3, &val, &sync), 0);
   EXPECT_EQ(zorHwilCmdSyncApi(0, 0x12340000, &val, &set), 0);  // unknown base: local only
+  // A buffer of synchronisation messages goes one message per Sync, only
+  // those of this unit's own ports (units below 65536 outside a stack).
+  const Bytes global = {0, 2, 0, 28, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};
+  const Bytes ownStats = {0, 3, 0, 8, 0, 0, 0, 5};
+  const Bytes otherStats = {0, 3, 0, 8, 0, 2, 0, 5};
+  const Bytes ownRecord = {0, 1, 0, 10, 2, 0, 0, 0, 5, 0xAA};
+  Bytes syncBuf;
+  for (const Bytes* m : {&global, &ownStats, &otherStats, &ownRecord}) syncBuf.insert(syncBuf.end(), m->begin(), m->end());
+  ZorValue sb{};
+  sb.buf = syncBuf.data();
+  sb.len = static_cast<uint32_t>(syncBuf.size());
+  sb.form = ZOR_VALUE_BUF;
+  ZorSyncCtl all{0x80000303u, 0, static_cast<uint32_t>(syncBuf.size()), 0};
+  EXPECT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 35, &sb, &all), 0);
   lnx::stackDrain();
 
   std::lock_guard<std::mutex> g(gFwdLock);
-  ASSERT_EQ(gForwarded.size(), 3u);
+  ASSERT_EQ(gForwarded.size(), 6u);
+  std::vector<std::tuple<uint32_t, uint32_t, std::string>> syncs;
+  for (size_t i = 3; i < 6; ++i) syncs.emplace_back(gForwarded[i].op, gForwarded[i].objId, gForwarded[i].bytes);
+  auto str = [](const Bytes& b) { return std::string(b.begin(), b.end()); };
+  EXPECT_EQ(syncs, (std::vector<std::tuple<uint32_t, uint32_t, std::string>>{
+                       {3, 35, str(global)}, {3, 35, str(ownStats)}, {3, 35, str(ownRecord)}}));
   const auto& f0 = gForwarded[0];
   const auto& f1 = gForwarded[1];
   const auto& f2 = gForwarded[2];
@@ -649,6 +673,250 @@ TEST_F(LinuxPlatform, MutatedRequestsStayInsideTheirBuffers) {
     }
   }
   EXPECT_GT(accepted, 0);
+}
+
+// ---- stack ------------------------------------------------------------------
+
+TEST_F(LinuxPlatform, StackedUnitNumbersItsPortsWithItsUnit) {
+  // Outside a stack the unit is the ifindex.
+  EXPECT_EQ((std::vector<uint32_t>{lnx::unitOfIfindex(5), lnx::ifindexOfUnit(5), lnx::ifindexOfUnit(0x20005),
+                                   zorSelfSysIndex()}),
+            (std::vector<uint32_t>{5, 5, 0x20005, 1}));
+  lnx::optSet("host.stackunit", "2");
+  EXPECT_EQ((std::vector<uint32_t>{lnx::unitOfIfindex(5), lnx::ifindexOfUnit(0x20005), lnx::ifindexOfUnit(0x10005),
+                                   lnx::ifindexOfUnit(lnx::unitOfIfindex(70000)), zorSelfSysIndex()}),
+            (std::vector<uint32_t>{0x20005, 5, 0, 70000, 2}));
+  EXPECT_NE(lnx::unitOfIfindex(70000) >> 16, 2u) << "a large ifindex never takes a port's unit";
+  lnx::linkPut(makeLink(5, "veth0"));
+  lnx::Link l;
+  ASSERT_TRUE(lnx::linkGet(0x20005, &l));
+  EXPECT_FALSE(lnx::linkGet(5, &l));
+  const auto msgs = lnx::msgsForLink(nullptr, l);
+  ASSERT_EQ(msgs.size(), 2u);
+  EXPECT_EQ((std::vector<uint32_t>{u32At(msgs[0], 28), u32At(msgs[1], 28)}), (std::vector<uint32_t>{0x20005, 0x20005}));
+  char name[ZOR_IFNAME_LEN];
+  EXPECT_EQ(zorIfUnit2Name(0x20005, name), 0);
+  EXPECT_STREQ(name, "veth0");
+  uint32_t v = 0;
+  EXPECT_EQ(zorIfGetApi(0x20005, 13, &v), 0);
+  EXPECT_EQ(v, 0u);
+}
+
+TEST_F(LinuxPlatform, HelloCodecRefusesWhatDoesNotFit) {
+  lnx::StackHello h;
+  h.unit = 3;
+  h.incarnation = 0xABCD;
+  lnx::StackHelloPort p;
+  p.ifindex = 7;
+  p.up = true;
+  p.mtu = 1500;
+  p.mac[5] = 9;
+  p.name = "eth\x01x";
+  h.ports = {p, p};
+  h.ports[1].ifindex = 8;
+  h.ports[1].name = "a-name-of-16-chr";
+  const Bytes good = lnx::helloEncode(h);
+  lnx::StackHello got;
+  ASSERT_TRUE(lnx::helloDecode(good.data(), good.size(), &got));
+  EXPECT_EQ((std::vector<uint32_t>{got.unit, got.incarnation, uint32_t(got.ports.size()), got.ports[0].ifindex,
+                                   got.ports[0].up, got.ports[0].mtu, got.ports[0].mac[5]}),
+            (std::vector<uint32_t>{3, 0xABCD, 2, 7, 1, 1500, 9}));
+  EXPECT_EQ(got.ports[0].name, "eth?x") << "names are made printable";
+  EXPECT_EQ(got.ports[1].name, "a-name-of-16-chr");
+
+  struct Case {
+    const char* what;
+    size_t at;     // word offset to overwrite, or SIZE_MAX
+    uint32_t value;
+    size_t size;   // bytes handed over
+  };
+  const size_t n = good.size();
+  const Case cases[] = {
+      {"header cut", SIZE_MAX, 0, 15},
+      {"last port cut", SIZE_MAX, 0, n - 1},
+      {"trailing bytes", SIZE_MAX, 0, n + 1},
+      {"count larger than the ports", 12, 3, n},
+      {"count smaller than the ports", 12, 1, n},
+      {"unknown version", 0, 2, n},
+      {"unit 0", 4, 0, n},
+      {"unit 256", 4, 256, n},
+      {"ifindex 0", 16, 0, n},
+      {"ifindex beyond 16 bits", 16, 0x10000, n},
+      {"empty name", 36, 0, n},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    Bytes b = good;
+    b.resize(std::max(b.size(), c.size), 0);
+    if (c.at != SIZE_MAX) std::memcpy(&b[c.at], &c.value, 4);
+    std::unique_ptr<uint8_t[]> exact(new uint8_t[c.size]);
+    std::memcpy(exact.get(), b.data(), c.size);
+    lnx::StackHello out;
+    out.unit = 77;
+    EXPECT_FALSE(lnx::helloDecode(exact.get(), c.size, &out));
+    EXPECT_EQ(out.unit, 77u) << "nothing is taken from a refused hello";
+  }
+  const Bytes r = lnx::helloReplyEncode({4, 0x55, true});
+  lnx::StackHelloReply rr;
+  ASSERT_TRUE(lnx::helloReplyDecode(r.data(), r.size(), &rr));
+  EXPECT_EQ((std::vector<uint32_t>{rr.unit, rr.incarnation, rr.ready}), (std::vector<uint32_t>{4, 0x55, 1}));
+  EXPECT_FALSE(lnx::helloReplyDecode(r.data(), r.size() - 1, &rr));
+}
+
+TEST_F(LinuxPlatform, SyncBufferSplitKeepsOwnWholeMessagesOnly) {
+  auto msg = [](uint16_t type, uint16_t len, uint32_t unitAt, uint32_t unit) {
+    Bytes b(len, 0);
+    b[0] = static_cast<uint8_t>(type >> 8);
+    b[1] = static_cast<uint8_t>(type);
+    b[2] = static_cast<uint8_t>(len >> 8);
+    b[3] = static_cast<uint8_t>(len);
+    for (int i = 0; i < 4 && unitAt > 0 && unitAt + 3 < len; ++i) b[unitAt + size_t(i)] = static_cast<uint8_t>(unit >> (24 - 8 * i));
+    return b;
+  };
+  const Bytes g = msg(2, 28, 0, 0);
+  const Bytes mineRec = msg(1, 40, 5, 0x30001);
+  const Bytes theirRec = msg(1, 40, 5, 0x20001);
+  const Bytes mineStats = msg(3, 44, 4, 0x30002);
+  const Bytes theirStats = msg(3, 44, 4, 0x10002);
+  const Bytes unknown = msg(9, 8, 0, 0);
+  const Bytes shortRec = msg(1, 8, 5, 0);
+  Bytes buf;
+  for (const Bytes* m : {&g, &theirStats, &mineStats, &mineRec, &theirRec, &unknown, &shortRec})
+    buf.insert(buf.end(), m->begin(), m->end());
+  EXPECT_EQ(lnx::stackSyncMessages(buf.data(), buf.size(), 3), (std::vector<Bytes>{g, mineStats, mineRec}));
+  // A length that runs past the buffer ends the walk; what came before stays.
+  Bytes lying = buf;
+  lying[28 + 44 + 3] = 0xFF;
+  lying[28 + 44 + 2] = 0x7F;
+  EXPECT_EQ(lnx::stackSyncMessages(lying.data(), lying.size(), 3), (std::vector<Bytes>{g}));
+  for (size_t cut = 0; cut < buf.size(); ++cut) {
+    std::unique_ptr<uint8_t[]> exact(new uint8_t[cut ? cut : 1]);
+    std::memcpy(exact.get(), buf.data(), cut);
+    EXPECT_LE(lnx::stackSyncMessages(exact.get(), cut, 3).size(), 3u);
+  }
+}
+
+// A hello registers the sender's ports with the agent as remote ports; the
+// reply says ready once the agent has read those messages and gone back to
+// wait; ports that vanish from the hellos are removed.
+TEST_F(LinuxPlatform, HelloAnnouncesRemotePortsAndSaysWhenTheAgentHasThem) {
+  lnx::optSet("host.stackunit", "1");
+  const int agent = lnx::eventSocketOpen(false);
+  ASSERT_GE(agent, 0);
+  lnx::StackHello h;
+  h.unit = 3;
+  h.incarnation = 42;
+  lnx::StackHelloPort eth0, eth1;
+  eth0.ifindex = 3;
+  eth0.up = true;
+  eth0.mtu = 1500;
+  eth0.name = "eth0";
+  eth1.ifindex = 4;
+  eth1.mtu = 9000;
+  eth1.name = "eth1";
+  h.ports = {eth0, eth1};
+  auto serve = [](const lnx::StackHello& hello) {
+    lnx::CmdRequest req;
+    req.op = lnx::kCmdOpStackHello;
+    req.flags = lnx::kCmdFlagBuffer;
+    req.data = lnx::helloEncode(hello);
+    req.len = static_cast<uint32_t>(req.data.size());
+    const Bytes rep = lnx::stackHelloServe(req);
+    lnx::StackHelloReply r{};
+    EXPECT_EQ(u32At(rep, 8), 0u);
+    EXPECT_TRUE(lnx::helloReplyDecode(rep.data() + lnx::kCmdReplyHeaderLen, rep.size() - lnx::kCmdReplyHeaderLen, &r));
+    return r;
+  };
+  // What the agent reads: (type, unit) of each message, then it waits again.
+  auto agentReads = [agent] {
+    std::vector<std::pair<uint32_t, uint32_t>> got;
+    for (;;) {
+      ZorFdSet set;
+      ZOR_FD_ZERO(&set);
+      ZOR_FD_SET(agent, &set);
+      ZorTimeval tv{0, 0};
+      if (zor_select(agent + 1, &set, nullptr, nullptr, &tv) <= 0) break;
+      uint8_t buf[512];
+      const long n = zor_recvfrom(agent, buf, sizeof buf, 0, nullptr, nullptr);
+      if (n < 32) break;
+      const Bytes m(buf, buf + n);
+      got.emplace_back(u16At(m, 4), u32At(m, 28));
+    }
+    return got;
+  };
+
+  lnx::StackHelloReply r = serve(h);
+  EXPECT_EQ((std::vector<uint32_t>{r.unit, r.ready}), (std::vector<uint32_t>{1, 0}));
+  EXPECT_EQ(agentReads(), (std::vector<std::pair<uint32_t, uint32_t>>{
+                              {32, 0x30003}, {32, 0x30003}, {32, 0x30004}, {32, 0x30004}}));
+  r = serve(h);
+  EXPECT_TRUE(r.ready) << "the same ports again: nothing new to take in";
+  EXPECT_TRUE(agentReads().empty());
+
+  // The remote ports answer as ports, by name, link state and MTU.
+  char name[ZOR_IFNAME_LEN];
+  uint32_t notPort = 9, link = 0, mtu = 0;
+  ZorIndexInfo info{};
+  EXPECT_EQ(zorIfUnit2Name(0x30004, name), 0);
+  EXPECT_EQ(zorIfGetApi(0x30004, 13, &notPort) + zorIfGetApi(0x30004, 19, &link) + zorIfGetApi(0x30004, 78, &mtu) +
+                zorIndexTrans(0x30004, 5, &info),
+            0);
+  EXPECT_EQ((std::vector<uint32_t>{notPort, link, mtu, info.ifType, info.portKind, info.status}),
+            (std::vector<uint32_t>{0, 2, 9018, 1, 2, 0}));
+  EXPECT_STREQ(name, "3/eth1");
+  EXPECT_EQ(zorIfSetApi(0x30004, 56, &link), 0) << "nothing to join for another unit's port";
+  EXPECT_FALSE(lnx::frameGroupJoined(0x30004));
+
+  // eth1 goes down on unit 3 ... is gone from its hello: removed here.
+  h.ports = {eth0};
+  r = serve(h);
+  EXPECT_FALSE(r.ready);
+  EXPECT_EQ(agentReads(), (std::vector<std::pair<uint32_t, uint32_t>>{{34, 0x30004}}));
+  EXPECT_TRUE(serve(h).ready);
+  // A hello claiming this unit's own number is answered with ours and taken
+  // nowhere; a malformed one is refused.
+  h.unit = 1;
+  EXPECT_EQ(serve(h).unit, 1u);
+  EXPECT_TRUE(agentReads().empty());
+  lnx::CmdRequest bad;
+  bad.op = lnx::kCmdOpStackHello;
+  bad.flags = lnx::kCmdFlagBuffer;
+  bad.data = {1, 2, 3};
+  EXPECT_EQ(u32At(lnx::stackHelloServe(bad), 8), 22u);
+  close(agent);
+}
+
+// The forwarding queue never makes the caller wait: with a peer that takes
+// a connection and never answers, commands past the bound are dropped,
+// counted and logged.
+TEST_F(LinuxPlatform, FullForwardingQueueDropsCountsAndLogs) {
+  const std::string path = "/tmp/lldp-linux-stuck-" + std::to_string(getpid()) + ".sock";
+  const int lfd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un sa{};
+  sa.sun_family = AF_UNIX;
+  std::snprintf(sa.sun_path, sizeof sa.sun_path, "%s", path.c_str());
+  ::unlink(path.c_str());
+  ASSERT_EQ(::bind(lfd, reinterpret_cast<sockaddr*>(&sa), sizeof sa), 0);
+  ASSERT_EQ(::listen(lfd, 4), 0);
+  lnx::optSet("host.stackpeers", path);
+  const uint64_t before = lnx::stackDropped();
+  ZorValue val{};
+  val.value = 30;
+  ZorSyncCtl set{3, 0, 4, 0};
+  testing::internal::CaptureStderr();
+  for (int i = 0; i < 1100; ++i) ASSERT_EQ(zorHwilCmdSyncApi(0, 0xB4000 + 2, &val, &set), 0);
+  const std::string err = testing::internal::GetCapturedStderr();
+  const uint64_t dropped = lnx::stackDropped() - before;
+  EXPECT_GE(dropped, 1100u - 1024u - 1u);
+  EXPECT_LE(dropped, 1100u - 1024u);
+  EXPECT_NE(err.find("stack forwarding queue full, command dropped (" + std::to_string(lnx::stackDropped()) +
+                     " dropped)"),
+            std::string::npos);
+  // The peer goes away: the queue drains at once.
+  ::close(lfd);
+  ::unlink(path.c_str());
+  lnx::stackDrain();
+  lnx::optSet("host.stackpeers", "");
 }
 
 }  // namespace
