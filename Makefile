@@ -15,7 +15,8 @@ help:
 	@echo "make run       build lldpagent and start it on this host with $(CONF) (root)"
 	@echo "make install   install under PREFIX=$(PREFIX) (and DESTDIR): daemon, service, man pages"
 	@echo "make deb       the same as a Debian package"
-	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up"
+	@echo "make lab       three agents in network namespaces; KEEP=1 leaves them up;"
+	@echo "               STACK=1: two stacked units with a neighbour each"
 	@echo "make lab-down  take a kept lab away (LAB=DIR), or every kept lab"
 	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
 	@echo "make fuzz      run the fuzz targets (received frames for FUZZ_SECONDS=60, the rest half)"
@@ -58,13 +59,15 @@ deb:
 	@cmake --build $(BUILD) -j $(JOBS) --target installables
 	@cd $(BUILD) && cpack -G DEB >/dev/null && ls $(abspath $(BUILD))/lldpagent_*.deb
 
-# The namespace lab (lab/lab.sh): three agents in a line, in a directory and
-# namespaces of their own. KEEP=1 leaves it up; lab-down takes the lab in
-# LAB=DIR away, or every kept lab.
+# The namespace lab (lab/lab.sh): three agents in a line, or with STACK=1 two
+# stacked units with a neighbour each, in a directory and namespaces of their
+# own. KEEP=1 leaves it up; lab-down takes the lab in LAB=DIR away, or every
+# kept lab.
 KEEP ?= 0
+STACK ?= 0
 LAB ?=
 lab: agent
-	@KEEP=$(KEEP) AGENT=$(abspath $(BUILD))/lldpagent bash lab/lab.sh up
+	@KEEP=$(KEEP) STACK=$(STACK) AGENT=$(abspath $(BUILD))/lldpagent bash lab/lab.sh up
 
 lab-down:
 	@bash lab/lab.sh down $(LAB)

@@ -12,6 +12,14 @@
 # namespaces named after it (lldplab-<id>-a ...), so labs can run side by
 # side; nothing is left behind unless KEEP=1 asks for it.
 #
+# STACK=1: two units forming one stack (their agents joined through their
+# command sockets), each with a neighbour of its own,
+#
+#     lab-n1 [to-u1] ---- [to-n1] lab-u1 ==stack== lab-u2 [to-n2] ---- [to-u2] lab-n2
+#
+# and each unit shows both neighbours: its own, and the other unit's on that
+# unit's port (named UNIT/ifname).
+#
 #   lab/lab.sh up          build the lab, show it, take it down (KEEP=1: leave it running)
 #   lab/lab.sh down [DIR]  take a kept lab away (every kept lab when no DIR is named)
 #
@@ -22,7 +30,9 @@ ROOT=$(cd "$(dirname "$0")/.." && pwd)
 AGENT=${AGENT:-${LLDP_BUILD_DIR:-$ROOT/build}/lldpagent}
 KEEP=${KEEP:-0}
 WAIT=${WAIT:-90}
-NODES="a b c"
+STACK=${STACK:-0}
+if [ "$STACK" = 1 ]; then NODES="u1 u2 n1 n2"; else NODES="a b c"; fi
+ALL_NODES="a b c u1 u2 n1 n2"
 BASE=${TMPDIR:-/tmp}
 
 fail() {
@@ -52,7 +62,7 @@ down_dir() {
     [ -e "$f" ] || continue
     kill -9 "$(cat "$f")" 2>/dev/null
   done
-  for n in $NODES; do ip netns del "lldplab-$id-$n" 2>/dev/null; done
+  for n in $ALL_NODES; do ip netns del "lldplab-$id-$n" 2>/dev/null; done
   rm -rf "$dir"
 }
 
@@ -72,12 +82,17 @@ up() {
     ip netns add "$(ns "$n")" || fail "cannot create namespace $(ns "$n")"
     ip -n "$(ns "$n")" link set lo up
   done
-  ip link add to-b netns "$(ns a)" type veth peer name to-a netns "$(ns b)" || fail "veth a-b"
-  ip link add to-c netns "$(ns b)" type veth peer name to-b netns "$(ns c)" || fail "veth b-c"
-  ip -n "$(ns a)" addr add 192.0.2.1/24 dev to-b
-  ip -n "$(ns b)" addr add 192.0.2.2/24 dev to-a
-  ip -n "$(ns b)" addr add 198.51.100.2/24 dev to-c
-  ip -n "$(ns c)" addr add 198.51.100.3/24 dev to-b
+  if [ "$STACK" = 1 ]; then
+    ip link add to-n1 netns "$(ns u1)" type veth peer name to-u1 netns "$(ns n1)" || fail "veth u1-n1"
+    ip link add to-n2 netns "$(ns u2)" type veth peer name to-u2 netns "$(ns n2)" || fail "veth u2-n2"
+  else
+    ip link add to-b netns "$(ns a)" type veth peer name to-a netns "$(ns b)" || fail "veth a-b"
+    ip link add to-c netns "$(ns b)" type veth peer name to-b netns "$(ns c)" || fail "veth b-c"
+    ip -n "$(ns a)" addr add 192.0.2.1/24 dev to-b
+    ip -n "$(ns b)" addr add 192.0.2.2/24 dev to-a
+    ip -n "$(ns b)" addr add 198.51.100.2/24 dev to-c
+    ip -n "$(ns c)" addr add 198.51.100.3/24 dev to-b
+  fi
   for n in $NODES; do
     for dev in $(ip -n "$(ns "$n")" -o link show type veth | awk -F': ' '{sub(/@.*/, "", $2); print $2}'); do
       ip -n "$(ns "$n")" link set "$dev" up
@@ -93,13 +108,20 @@ lldp.defaultportmode = rxtx
 host.sysname = lab-$n
 host.cmdsocket = $DIR/$n.sock
 EOF
-    ip netns exec "$(ns "$n")" "$AGENT" -c "$DIR/$n.conf" -d 0x121 >"$DIR/$n.log" 2>&1 &
+    mask=0x121
+    case $n in
+      u[12])
+        # A unit of the stack; trace class 0x40 shows what the other unit sends.
+        printf 'host.stackunit = %s\nhost.stackpeers = %s %s\n' "${n#u}" "$DIR/u1.sock" "$DIR/u2.sock" >>"$DIR/$n.conf"
+        mask=0x161 ;;
+    esac
+    ip netns exec "$(ns "$n")" "$AGENT" -c "$DIR/$n.conf" -d $mask >"$DIR/$n.log" 2>&1 &
     echo $! >"$DIR/$n.pid"
   done
 
   echo "lab: agents started in $(for n in $NODES; do printf '%s ' "$(ns "$n")"; done)"
   echo "lab: waiting (up to ${WAIT}s) until every agent has learnt its neighbours..."
-  want_a=1 want_b=2 want_c=1
+  want_a=1 want_b=2 want_c=1 want_u1=2 want_u2=2 want_n1=1 want_n2=1
   start=$(date +%s)
   while :; do
     done_all=1

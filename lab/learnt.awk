@@ -1,6 +1,8 @@
 # Prints what an agent learnt, from its log written with trace class 0x1
 # (received frames): every "New MSAP Cache Miss" line is matched with the
-# packet trace of the frame just before it, whose TLVs are decoded here.
+# packet trace of the frame just before it, whose TLVs are decoded here, or,
+# for a neighbour that another unit of a stack sent (trace class 0x40), with
+# the fields the sync receiver traced.
 # Usage: awk -v agent=NAME -f learnt.awk AGENT.log
 function hexval(h,    i, v, c) {
   v = 0
@@ -45,7 +47,11 @@ function decode(port,    off, t, l, st, chassis, pid, ttl, name, addr, alen, asu
          agent, port, chassis, pid, name, ttl, addr
   found++
 }
-/lldp\.rxframe: packet len=/ { collecting = 1; nb = 0; next }
+/lldp\.rxframe: packet len=/ { collecting = 1; nb = 0; synced = 0; next }
+/ sync:action:/ { synced = 1; spid = "?"; sname = "-"; sttl = "?"; next }
+synced && / sync:portId:/ { spid = $0; sub(/.* sync:portId:/, "", spid); sub(/, offset:[0-9]+\.[ \r]*$/, "", spid); next }
+synced && / sync:sysName:/ { sname = $0; sub(/.* sync:sysName:/, "", sname); sub(/, offset: [0-9]+\.[ \r]*$/, "", sname); next }
+synced && / sync:rxInfoTTL:/ { sttl = $0; sub(/.* sync:rxInfoTTL:/, "", sttl); sub(/,.*/, "", sttl); next }
 collecting && /lldp\.rxframe: len:/ { collecting = 0; next }
 collecting && /lldp\.rxframe: ([0-9a-f][0-9a-f] )+/ {
   line = $0; sub(/.*lldp\.rxframe: /, "", line)
@@ -55,6 +61,13 @@ collecting && /lldp\.rxframe: ([0-9a-f][0-9a-f] )+/ {
 }
 /New MSAP Cache Miss on port/ {
   p = $0; sub(/.*New MSAP Cache Miss on port/, "", p); sub(/[ \r]*$/, "", p)
-  decode(p)
+  if (synced) {
+    printf "  %-6s on %-8s holds  port %s system %s ttl %s (sent by the unit that learnt it)\n",
+           agent, p, spid, sname, sttl
+    found++
+    synced = 0
+  } else {
+    decode(p)
+  }
 }
 END { if (!found) printf "  %-6s learnt nothing\n", agent }
