@@ -310,6 +310,14 @@ TEST(SyncSend, RecordLargerThanABufferIsSkipped) {
 
 // ---- Receiver ---------------------------------------------------------------
 
+// The record message a unit sends when it learns everyFamily(), captured on
+// a unit of its own.
+Bytes sentRecord() {
+  Unit other;
+  other.recv(everyFamily());
+  return sim::cmdSyncs().at(0).bytes;
+}
+
 Bytes portStats(uint32_t unit, uint32_t frames) {
   return Be().u16(3).u16(44).u32(unit).u32(0).u32(0).u32(0).u32(0).u32(0).u32(frames).u32(0).u32(0).u32(0).b;
 }
@@ -337,12 +345,7 @@ TEST(SyncRecv, WalkStopsAtTheShrinkingLimit) {
 }
 
 TEST(SyncRecv, UnknownPortsAndTypesApplyNothing) {
-  Bytes rec;
-  {
-    Unit other;
-    other.recv(everyFamily());
-    rec = sim::cmdSyncs()[0].bytes;
-  }
+  Bytes rec = sentRecord();
   Unit b;
   lldpPut32(rec.data() + 5, 9);  // a port unit this agent does not have
   const Bytes b2 = Be().u16(7).u16(8).u32(0).b;  // an unknown type
@@ -380,12 +383,7 @@ TEST(SyncRecv, DeleteFindsTheRecordByItsKey) {
 // Whichever allocation fails, the record is dropped whole: the table does
 // not change, nothing leaks, and the part that failed is traced.
 TEST(SyncRecv, AllocationFailureAnywhereLeavesTheTableUnchanged) {
-  Bytes rec;
-  {
-    Unit other;
-    other.recv(everyFamily());
-    rec = sim::cmdSyncs()[0].bytes;
-  }
+  Bytes rec = sentRecord();
   size_t failures = 0;
   for (uint64_t nth = 1;; ++nth) {
     SCOPED_TRACE(nth);
@@ -406,12 +404,7 @@ TEST(SyncRecv, AllocationFailureAnywhereLeavesTheTableUnchanged) {
 }
 
 TEST(SyncRecv, LyingMessagesAreRefusedAndNeverReadPast) {
-  Bytes rec;
-  {
-    Unit other;
-    other.recv(everyFamily());
-    rec = sim::cmdSyncs()[0].bytes;
-  }
+  Bytes rec = sentRecord();
   const size_t idEnd = 4 + 1 + 4 + 1 + rec[9];
   const size_t mgmt = idEnd + 6 + 2 + 8 + 4 + 2;  // the mgmtAddrNum octet
   struct Case {
@@ -477,12 +470,7 @@ TEST(SyncRecv, LyingMessagesAreRefusedAndNeverReadPast) {
 }
 
 TEST(SyncRecv, TracesFollowTheFieldsAndNullIsRefused) {
-  Bytes rec;
-  {
-    Unit other;
-    other.recv(everyFamily());
-    rec = sim::cmdSyncs()[0].bytes;
-  }
+  Bytes rec = sentRecord();
   Unit b;
   gLldpInfo.debugFlags = 0x40;
   recv(rec);
