@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "base/lldp_wire.h"
+#include "mgmt/lldp_mgmt.h"
 #include "platform/platform_types.h"
 #include "sync/sync_test_util.h"
 
@@ -323,6 +324,76 @@ Bytes portStats(uint32_t unit, uint32_t frames) {
 }
 Bytes globalStats(uint32_t inserts) {
   return Be().u16(2).u16(28).u32(0).u32(9).u32(inserts).u32(0).u32(0).u32(0).b;
+}
+
+// The way between two units: what one unit hands to its command-sync service
+// arrives at the other as a Sync (or a Set) of scalar object 35, whose handler
+// gives the buffer to the receiver with the agent lock held and returns its
+// result. A neighbour learnt, its deletion and the whole state sent after a
+// join all take this way; the integer form carries no messages.
+TEST(SyncRecv, ArrivesThroughScalarObject35) {
+  Bytes add, del, whole;
+  {
+    Unit a;
+    sim::advanceMs(3000);
+    ASSERT_EQ(a.recv(everyFamily()), RX_FRAME_OK);
+    ASSERT_EQ(sim::cmdSyncs().size(), 1u);
+    add = sim::cmdSyncs()[0].bytes;
+    del = encode(a.port(), neighbours(a.port())[0], LLDP_SYNC_DELETE);
+    ASSERT_EQ(lldpSyncAllSend(2, 1), 0u);
+    ASSERT_EQ(sim::cmdSyncs().size(), 2u);
+    whole = sim::cmdSyncs()[1].bytes;
+    ASSERT_EQ(a.port()->statsFramesInTotal, 1u);
+  }
+  ASSERT_EQ(messagesOf(whole).size(), 3u) << "global and port statistics, then the record";
+
+  // The receiving unit gives the record its own time mark and remote index; a
+  // delete names the record by that key. Here both units learn the neighbour
+  // at the same up-time, so the key is the same on both.
+  Unit b;
+  sim::advanceMs(3000);
+  ZorValue asInt{};
+  asInt.form = ZOR_VALUE_INT;
+  asInt.value = 1;
+  EXPECT_EQ(lldpScalarSyncApi(0, 35, &asInt), 22u);
+  EXPECT_EQ(lldpScalarSetApi(0, 35, &asInt), 22u);
+  EXPECT_TRUE(neighbours(b.port()).empty());
+
+  struct Step {
+    const char* what;
+    Bytes* bytes;
+    bool sync;  // else a Set
+    size_t neighbours;
+    uint32_t framesIn;  // the port statistics that came with it
+  };
+  const Step steps[] = {
+      {"a neighbour learnt, by Sync", &add, true, 1, 0},
+      {"its deletion, by Set", &del, false, 0, 0},
+      {"the whole state after a join, by Sync", &whole, true, 1, 1},
+  };
+  for (const Step& s : steps) {
+    SCOPED_TRACE(s.what);
+    b.port()->somethingChangedLocal = 0;
+    ZorValue v{};
+    v.form = ZOR_VALUE_BUF;
+    v.buf = s.bytes->data();
+    v.len = static_cast<uint32_t>(s.bytes->size());
+    EXPECT_EQ(s.sync ? lldpScalarSyncApi(0, 35, &v) : lldpScalarSetApi(0, 35, &v), 0u);
+    EXPECT_EQ(sim::semaphoreDepth(), 0) << "the lock is given back";
+    ASSERT_EQ(neighbours(b.port()).size(), s.neighbours);
+    if (s.neighbours) {
+      const Msap* m = neighbours(b.port())[0];
+      EXPECT_EQ(std::string(reinterpret_cast<const char*>(m->sysName), m->sysNameLen), "core-1");
+    }
+    EXPECT_EQ(b.port()->statsFramesInTotal, s.framesIn);
+    // Like every scalar Set, the ports take the timing values again and
+    // announce themselves afresh.
+    EXPECT_EQ(b.port()->somethingChangedLocal, 1);
+  }
+  // Object 35 itself is never forwarded: what this unit hands on is its
+  // table's own record send, which the platform keeps from the other units
+  // (a unit forwards only records of its own ports).
+  for (const auto& c : sim::cmdSyncs()) EXPECT_EQ(c.ctlMode, LLDP_SYNC_CTL_MSAP);
 }
 
 TEST(SyncRecv, WalkStopsAtTheShrinkingLimit) {
