@@ -153,6 +153,21 @@ TEST_F(LinuxPlatform, OptionsFileMustBeAReadableFile) {
   EXPECT_FALSE(lnx::optLoadFile(path, &err));
   EXPECT_EQ(err.line, -1);
   EXPECT_NE(err.reason.find("0x1z"), std::string::npos);
+  // A unit of a stack needs a number of its own, 1 to 255: {file, refusal}.
+  const std::pair<const char*, const char*> stacks[] = {
+      {"host.stackpeers = /run/u2.sock\n", "host.stackpeers needs host.stackunit"},
+      {"host.stackunit = 0\n", "host.stackunit needs a number from 1 to 255"},
+      {"host.stackunit = 256\nhost.stackpeers = /run/u2.sock\n", "host.stackunit needs a number"},
+      {"host.stackunit = 2x\n", "host.stackunit needs a number"},
+      {"host.stackunit = 255\nhost.stackpeers = /run/u2.sock\n", ""},
+      {"host.stackpeers =\n", ""},
+  };
+  for (const auto& [text, refusal] : stacks) {
+    writeTemp(text, path);
+    err = {};
+    EXPECT_EQ(lnx::optLoadFile(path, &err), *refusal == '\0') << text;
+    EXPECT_EQ(err.reason.rfind(refusal, 0), 0u) << text << err.reason;
+  }
   unlink(path.c_str());
 }
 
