@@ -103,6 +103,17 @@ uint32_t providerOctets(ZorValue* v, int (*provider)(uint8_t*, uint32_t*)) {
 
 int psePowerSource(uint32_t* out) { return lldpMedPortGetPsePowerSource(0, out); }
 
+// The chassis ID is the system MAC, six octets whatever the caller's
+// capacity; as many as the buffer holds are answered.
+uint32_t chassisId(ZorValue* v) {
+  if (!lldpMgmtIsBuf(v)) return LLDP_MGMT_EINVAL;
+  uint8_t id[6] = {};
+  uint32_t len = sizeof id;
+  const int rc = lldpGetChassisId(id, &len);
+  if (rc != 0) return static_cast<uint32_t>(rc);
+  return lldpMgmtPutCut(v, id, len);
+}
+
 // The frame filter of every port, on (56) or off (57); a port that refuses
 // is traced and skipped.
 void setPortFilters(uint32_t objId) {
@@ -245,20 +256,21 @@ uint32_t lldpScalarGetApi(uintptr_t /*index*/, uint32_t objId, ZorValue* value) 
     case 12: return lldpMgmtPutInt(value, g.dfltmode);
     case kMode: return lldpMgmtPutInt(value, g.mode);
     case 14: return providerInt(value, lldpGetChassisIdType);
-    case 15:
-      if (lldpMgmtIsBuf(value) && value->len < 6) return LLDP_MGMT_TOO_SMALL;
-      return providerOctets(value, lldpGetChassisId);
+    case 15: return chassisId(value);
     case 16: return providerOctets(value, lldpGetSysName);
     case 17: return providerOctets(value, lldpGetSysDescr);
-    case 18: return lldpMgmtPutOctets(value, g.capSupported, 2, LLDP_MGMT_TOO_SMALL);
-    case 19: return lldpMgmtPutOctets(value, g.capEnabled, 2, LLDP_MGMT_TOO_SMALL);
+    // Two octets whatever the caller's capacity, as many as the buffer holds.
+    case 18: return lldpMgmtPutCut(value, g.capSupported, 2);
+    case 19: return lldpMgmtPutCut(value, g.capEnabled, 2);
     case kDebugFlags: return lldpMgmtPutInt(value, g.debugFlags);
     case kMedDeviceType: return lldpMgmtPutInt(value, g.medDeviceType);
     case kMedFastStart: return lldpMgmtPutInt(value, g.medFastStartRepeatCount);
     case 23: case 24: case 25: case 26: case 27: case 28: case 29: {
       const Inventory inv = inventoryOf(objId);
+      // The stored string whatever the caller's capacity, cut to the buffer
+      // (and to the 32 octets it is kept in).
       const uint32_t n = inv.len < LLDP_INV_STR_LEN ? inv.len : LLDP_INV_STR_LEN;
-      return lldpMgmtPutOctets(value, inv.data, n, LLDP_MGMT_TOO_SMALL);
+      return lldpMgmtPutCut(value, inv.data, n);
     }
     case 30: return lldpMgmtPutInt(value, g.medPoeDeviceType);
     case 31: return providerInt(value, psePowerSource);

@@ -51,6 +51,8 @@ TEST_F(ScalarTest, GetAnswersEachObjectInItsFormAndRefusesTheOther) {
   g.medHwRevLen = 3;
   std::memcpy(g.medHwRev, "HW1", 3);
   g.capSupported[0] = 0x28;
+  g.capEnabled[0] = 0x14;
+  g.capEnabled[1] = 0;
   Bytes feature = word(1);
   feature.resize(12, 0);
 
@@ -63,13 +65,18 @@ TEST_F(ScalarTest, GetAnswersEachObjectInItsFormAndRefusesTheOther) {
       {7, false, 0, kOk, 77, {}},
       {12, false, 0, kOk, 1, {}},
       {14, false, 0, kOk, 4, {}},
-      {15, true, 5, kSmall, 0, {}},
+      // Fixed-size and stored strings are answered whatever the capacity
+      // says, as far as the buffer holds them.
+      {15, true, 5, kOk, 0, Bytes(kSysMac.begin(), kSysMac.begin() + 5)},
       {15, true, 64, kOk, 0, kSysMac},
       {16, true, 4, kOk, 0, str("sw-c")},
       {16, false, 0, kInval, 0, {}},
-      {18, true, 1, kSmall, 0, {}},
+      {18, true, 1, kOk, 0, {0x28}},
       {18, true, 2, kOk, 0, {0x28, 0x00}},
-      {23, true, 2, kSmall, 0, {}},
+      {18, false, 0, kInval, 0, {}},
+      {19, true, 0, kOk, 0, {}},
+      {19, true, 64, kOk, 0, {0x14, 0x00}},
+      {23, true, 2, kOk, 0, str("HW")},
       {23, true, 32, kOk, 0, str("HW1")},
       {28, true, 32, kOk, 0, str("LLDP")},
       {31, false, 0, kOk, 2, {}},

@@ -88,6 +88,18 @@ inline uint32_t lldpMgmtPutOctets(ZorValue* v, const void* src, uint32_t n,
   return LLDP_MGMT_OK;
 }
 
+// Answers an octet object that the agent gives whole whatever the caller's
+// capacity says: as many of its n bytes as the buffer holds, with their
+// number as the length (never a byte past the buffer). 22 unless in buffer
+// form.
+inline uint32_t lldpMgmtPutCut(ZorValue* v, const void* src, uint32_t n) {
+  if (!lldpMgmtIsBuf(v)) return LLDP_MGMT_EINVAL;
+  if (v->len < n) n = v->len;
+  if (n > 0) std::memcpy(v->buf, src, n);
+  v->len = n;
+  return LLDP_MGMT_OK;
+}
+
 // ---- Key records ---------------------------------------------------------------
 // A key record is a byte string owned by the caller; its 32-bit words need
 // not be aligned.
