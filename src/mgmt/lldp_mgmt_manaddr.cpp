@@ -209,12 +209,11 @@ uint32_t putOid(ZorValue* v, const lldpMgmtAddr* row) {
 uint32_t getAgentObject(const lldpMgmtAddr* row, uint32_t objId, ZorValue* v) {
   switch (objId) {
     case 0: {
-      // Every port: the platform decides what the map means.
-      if (!lldpMgmtIsBuf(v)) return LLDP_MGMT_EINVAL;
-      if (v->len < kPortMapLen) return LLDP_MGMT_EINVAL;
-      std::memset(v->buf, 0xFF, kPortMapLen);
-      v->len = kPortMapLen;
-      return LLDP_MGMT_OK;
+      // Every port: the platform decides what the map means. 512 bytes
+      // whatever the caller's capacity, as many as the buffer holds.
+      uint8_t all[kPortMapLen];
+      std::memset(all, 0xFF, sizeof all);
+      return lldpMgmtPutCut(v, all, kPortMapLen);
     }
     case 1: return lldpMgmtPutInt(v, row->mgmtAddrLen);
     case 2: return lldpMgmtPutInt(v, row->mgmtAddrIfSubtype);

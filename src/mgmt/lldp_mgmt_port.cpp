@@ -110,13 +110,14 @@ uint32_t putAdvertisedCap(ZorValue* v, uint32_t unit) {
   return LLDP_MGMT_OK;
 }
 
-// The aggregation state that cannot be read counts as not aggregated.
+// The aggregation state that cannot be read counts as not aggregated. One
+// octet whatever the caller's capacity, as far as the buffer holds it.
 uint32_t putLinkAggStatus(ZorValue* v, uint32_t unit) {
-  if (!lldpMgmtIsBuf(v) || v->len == 0) return LLDP_MGMT_EINVAL;
+  if (!lldpMgmtIsBuf(v)) return LLDP_MGMT_EINVAL;
   uint8_t status = 0;
   uint32_t len = 1;
   (void)lldpDot3PortGetLinkAggStatus(unit, &status, &len);
-  return lldpMgmtPutOctets(v, &status, 1);
+  return lldpMgmtPutCut(v, &status, 1);
 }
 
 uint32_t putPortId(ZorValue* v, const LldpPort* p) {
@@ -176,7 +177,9 @@ uint32_t getObject(const LldpPort* p, uint32_t objId, ZorValue* v) {
       if (p->adminStatus == LLDP_ADMIN_DISABLED ||
           !lldpMgmtBitTest(&p->dot1TlvTxSupported, 1, kDot1VlanName))
         return LLDP_MGMT_EINVAL;
-      return lldpMgmtPutOctets(v, p->vlanNameTxEnable, kVlanMapLen);
+      // All 512 octets whatever the caller's capacity, as far as the buffer
+      // holds them.
+      return lldpMgmtPutCut(v, p->vlanNameTxEnable, kVlanMapLen);
     case 32: return putMap(v, &p->dot3TlvTxSupported, 1);
     case 33: return putMap(v, &p->dot3TlvTxEnabled, 1);
     case 34: return providerInt(v, unit, lldpDot3PortGetAutoNegSupported);

@@ -110,12 +110,14 @@ TEST_F(PortTest, GetAnswersEachObjectInItsFormAndRefusesTheOther) {
       {20, true, 1, kOk, 0, {0xF0}},
       {22, false, 0, kOk, 2, {}},
       {27, true, 4, kOk, 0, {}},  // an empty VLAN list: length 0
-      {31, true, 511, kInval, 0, {}},
+      // The whole list whatever the capacity says, as far as the buffer holds it.
+      {31, true, 511, kOk, 0, Bytes(511, 0)},
       {31, true, 512, kOk, 0, Bytes(512, 0)},
       {32, true, 1, kOk, 0, {0xF8}},
       {44, false, 0, kOk, 1, {}},
       {48, false, 0, kOk, 0, {}},  // no PoE
       {50, true, 1, kOk, 0, {0x80}},
+      {50, true, 0, kOk, 0, {}},
       {53, true, 1, kInval, 0, {}},
       {53, true, 2, kOk, 0, {0xFC, 0x00}},
       {65, false, 0, kOk, 65, {}},
