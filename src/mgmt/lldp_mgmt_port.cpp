@@ -222,8 +222,8 @@ uint32_t getObject(const LldpPort* p, uint32_t objId, ZorValue* v) {
 
 enum class Form { Int, Octets, Any };
 
-// The form of every object with a Set; objects without one are Form::Any
-// and answer 0x3E80010.
+// The form of every object with a Set. Objects without one take either
+// form: they are forwarded like any other and then answer 0x3E80010.
 bool hasSet(uint32_t objId, Form* form) {
   switch (objId) {
     case 1: case 2: case 5: case 22: case 26: case 55: case 68:
@@ -361,9 +361,13 @@ uint32_t applyObject(LldpPort* p, uint32_t objId, const ZorValue* v) {
   }
 }
 
+// Ids from 71 on are refused before anything else; every id below is
+// forwarded (an id without a Set too, whose result is then 0x3E80010), but
+// a descriptor of the wrong form is refused first.
 uint32_t setObject(LldpPort* p, uint32_t objId, ZorValue* v, uint32_t syncMode) {
+  if (objId >= kObjLimit) return LLDP_MGMT_BAD_OBJECT;
   Form form = Form::Any;
-  if (objId >= kObjLimit || !hasSet(objId, &form)) return LLDP_MGMT_BAD_OBJECT;
+  const bool settable = hasSet(objId, &form);
   if (v == nullptr || (form == Form::Int && !lldpMgmtIsInt(v)) ||
       (form == Form::Octets && !lldpMgmtIsBuf(v)))
     return LLDP_MGMT_EINVAL;
@@ -375,7 +379,7 @@ uint32_t setObject(LldpPort* p, uint32_t objId, ZorValue* v, uint32_t syncMode) 
                                         octets ? v->len : 4);
     if (rc != 0) return rc;
   }
-  return applyObject(p, objId, v);
+  return settable ? applyObject(p, objId, v) : LLDP_MGMT_BAD_OBJECT;
 }
 
 }  // namespace

@@ -169,7 +169,8 @@ TEST_F(PortTest, SetFailureRowsForwardingAndTheChangeMark) {
   const SetRow rows[] = {
       {"no such port", false, 7, 2, false, 1, 0, kNoEntry, 0, false},
       {"id 71", false, 1, 71, false, 1, 0, kBad, 0, true},
-      {"no Set", false, 1, 24, false, 1, 0, kBad, 0, true},
+      {"no Set: forwarded, then refused", false, 1, 24, false, 1, 0, kBad, 3 | kPortBit, true},
+      {"no Set, refused forward", true, 1, 3, false, 1, 6, 6, 1 | kPortBit, true},
       {"integer as buffer", false, 1, 2, true, 1, 0, kInval, 0, true},
       {"octets as integer", false, 1, 4, false, 1, 0, kInval, 0, true},
       {"refused forward", false, 1, 68, false, 1, 9, 9, 3 | kPortBit, true},
