@@ -45,8 +45,10 @@ uint32_t lldpPortRowWalk(uintptr_t key, bool first, uint32_t maxId, LldpPortRowC
 
 namespace {
 
-constexpr uint32_t kMaxVid = 4095;
+constexpr uint32_t kMaxVid = 4095;  // the VLAN ids the walks try
 constexpr uint32_t kVlanMapLen = 512;
+// A Set takes any VLAN id whose bit (id - 1) lies in the 4096-bit map.
+constexpr uint32_t kMapVids = kVlanMapLen * 8;
 // 802.1 TLV bits of dot1TlvTxSupported; LLDP-MED bit of the network policy.
 constexpr uint32_t kDot1Ppvid = 1;
 constexpr uint32_t kDot1VlanName = 2;
@@ -85,7 +87,8 @@ uint32_t vlanRow(uintptr_t key, uint32_t supportBit, VlanMap map,
 }
 
 // Set and Sync of both VLAN tables: only object 0; 1 adds the VLAN to the
-// map, any other value takes it out.
+// map, any other value takes it out. A VLAN id without a bit in the map (0,
+// or above 4096) is refused with 22 before anything is forwarded.
 uint32_t vlanSet(uintptr_t key, uint32_t objId, ZorValue* v, uint32_t syncMode, uint32_t supportBit,
                  VlanMap map, uint32_t cmdBase) {
   if (key == 0) return LLDP_MGMT_EINVAL;
@@ -96,7 +99,7 @@ uint32_t vlanSet(uintptr_t key, uint32_t objId, ZorValue* v, uint32_t syncMode, 
   const uint32_t vid = lldpPortRowId(key);
   uint32_t rc = LLDP_MGMT_BAD_OBJECT;
   if (objId == 0) {
-    if (!lldpMgmtIsInt(v) || vid < 1 || vid > kMaxVid) {
+    if (!lldpMgmtIsInt(v) || vid < 1 || vid > kMapVids) {
       rc = LLDP_MGMT_EINVAL;
     } else {
       rc = lldpMgmtForward(key, LLDP_PORT_ROW_KEY_LEN, cmdBase + objId, v, syncMode, 8, 4);

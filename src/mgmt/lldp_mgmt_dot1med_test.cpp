@@ -135,6 +135,8 @@ TEST_F(LocalTest, VlanTablesAnswerTheirRowsAndForwardEveryChange) {
       {lldpDot1VlanNameSetApi, 1, 20, 0, 1, 7, 7, false, 0x8D64000, 3, true},  // refused by the stack
       {lldpDot1VlanNameSetApi, 1, 20, 1, 1, 0, kBad, false, 0, 0, true},
       {lldpDot1VlanNameSetApi, 1, 0, 0, 1, 0, kInval, false, 0, 0, true},
+      {lldpDot1VlanNameSetApi, 1, 4097, 0, 1, 0, kInval, false, 0, 0, true},
+      {lldpDot1VlanNameSetApi, 1, 4096, 0, 1, 0, kOk, true, 0x8D64000, 3, true},  // the map's last bit
       {lldpDot1VlanNameSetApi, 3, 20, 0, 1, 0, kNoSupport, false, 0, 0, false},
       {lldpDot1VlanNameSetApi, 9, 20, 0, 1, 0, kNoEntry, false, 0, 0, false},
       {lldpDot1ProtoVlanSetApi, 1, 30, 0, 1, 0, kOk, true, 0x8D60000, 3, true},
@@ -149,7 +151,7 @@ TEST_F(LocalTest, VlanTablesAnswerTheirRowsAndForwardEveryChange) {
     const V want = r.cmd ? V{r.cmd, r.mode, 8, 4} : V{0};
     EXPECT_EQ(forward(&key), want) << r.vid;
     EXPECT_EQ(key, r.cmd ? lldptest::words({r.unit, r.vid}) : Bytes{}) << r.vid;
-    if (const LldpPort* p = port(r.unit); p != nullptr && r.vid >= 1) {
+    if (const LldpPort* p = port(r.unit); p != nullptr && r.vid >= 1 && r.vid <= 4096) {
       const bool ppvid = r.op == lldpDot1ProtoVlanSetApi || r.op == lldpDot1ProtoVlanSyncApi;
       EXPECT_EQ(lldpBitTest(ppvid ? p->ppvidTxEnable : p->vlanNameTxEnable, r.vid - 1) == 1, r.bit) << r.vid;
       EXPECT_EQ(p->somethingChangedLocal == 1, r.changed) << r.vid;
