@@ -141,12 +141,10 @@ uint32_t policyInt(ZorValue* v, const LldpPort* p, uint32_t t,
 }
 
 // Objects 56-58 store the value, truncated to the field, in the record of
-// the type; a record never set before becomes a policy of that type.
-void policyStore(LldpMedPolicy& rec, uint32_t t, uint32_t objId, uint32_t x) {
-  if (rec.appType == 0) {
-    rec = LldpMedPolicy{};
-    rec.appType = static_cast<uint8_t>(t);
-  }
+// the type. The record's application type is left as it is: a type other
+// than voice that was never set stays without a policy (not walked, not
+// advertised) however many of its fields are stored.
+void policyStore(LldpMedPolicy& rec, uint32_t objId, uint32_t x) {
   switch (objId) {
     case 56: rec.vid = static_cast<uint16_t>(x); break;
     case 57: rec.priority = static_cast<uint8_t>(x); break;
@@ -291,24 +289,26 @@ uint32_t _lldpMedMediaPolicySetApi(uintptr_t key, uint32_t objId, ZorValue* valu
   if (p == nullptr) return LLDP_MGMT_NO_ENTRY;
   if (!policySupported(p)) return LLDP_MGMT_ENOTSUP;
   const uint32_t t = lldpPortRowId(key);
-  if (t < 1 || t > kMaxAppType) return LLDP_MGMT_NO_ENTRY;
-  LldpMedPolicy& rec = p->medPolicy[t - 1];
   // The first change of a voice policy starts from the default one, whatever
   // the object and whether or not the change is then refused.
-  if (t == kAppVoice && rec.appType == 0) rec = voicePolicy(0, 1);
+  if (t == kAppVoice && p->medPolicy[0].appType == 0) p->medPolicy[0] = voicePolicy(0, 1);
 
   uint32_t rc = LLDP_MGMT_BAD_OBJECT;  // 59 (the unknown flag) and the rest
   if (objId == 56 || objId == 57 || objId == 58 || objId == 60) {
-    rc = lldpMgmtIsInt(value)
-             ? lldpMgmtForward(key, LLDP_PORT_ROW_KEY_LEN, LLDP_CMD_BASE_MED_POLICY + objId, value,
-                               syncMode, 8, 4)
-             : LLDP_MGMT_EINVAL;
-    if (rc == 0 && objId != 60) policyStore(rec, t, objId, value->value);
-    // Tagged applies to the voice policy only: 1 gives back the default
-    // (tagged) voice policy, 2 the untagged one on VLAN 4095.
-    if (rc == 0 && objId == 60 && t == kAppVoice) {
-      if (value->value == 1) rec = voicePolicy(0, 1);
-      if (value->value == 2) rec = voicePolicy(4095, 0);
+    // A type outside 1-8 has no record to store into: no such row, and
+    // nothing forwarded.
+    if (t < 1 || t > kMaxAppType) rc = LLDP_MGMT_NO_ENTRY;
+    else if (!lldpMgmtIsInt(value)) rc = LLDP_MGMT_EINVAL;
+    else
+      rc = lldpMgmtForward(key, LLDP_PORT_ROW_KEY_LEN, LLDP_CMD_BASE_MED_POLICY + objId, value,
+                           syncMode, 8, 4);
+    if (rc == 0) {
+      LldpMedPolicy& rec = p->medPolicy[t - 1];
+      // Tagged applies to the voice policy only: 1 gives back the default
+      // (tagged) voice policy, 2 the untagged one on VLAN 4095.
+      if (objId != 60) policyStore(rec, objId, value->value);
+      else if (t == kAppVoice && value->value == 1) rec = voicePolicy(0, 1);
+      else if (t == kAppVoice && value->value == 2) rec = voicePolicy(4095, 0);
     }
   }
   p->somethingChangedLocal = 1;

@@ -202,11 +202,17 @@ TEST_F(LocalTest, PolicySetsStartTheVoicePolicyFromItsDefault) {
   EXPECT_EQ(setInt(lldpMedMediaPolicySetApi, 1, 1, 60, 1), kOk);
   EXPECT_EQ(policy(1, 1), (V{1, 0, 1, 5, 46, 0}));
 
-  // Other types: a first value makes the policy; tagged changes nothing;
-  // values are cut to their fields.
+  // Other types: the values are stored, cut to their fields, but a type
+  // never set stays without a policy; tagged changes nothing.
   for (auto [obj, value] : {std::pair{57u, 0x105u}, {56u, 0x10064u}, {60u, 1u}})
     EXPECT_EQ(setInt(lldpMedMediaPolicySetApi, 1, 3, obj, value), kOk);
-  EXPECT_EQ(policy(1, 3), (V{3, 0, 0, 5, 0, 100}));
+  EXPECT_EQ(policy(1, 3), (V{0, 0, 0, 5, 0, 100}));
+  EXPECT_EQ(getInt(lldpMedMediaPolicyGetApi, 1, 3, 56), kErr + kNoEntry);
+  EXPECT_EQ(walk(lldpMedMediaPolicyGetFirst, lldpMedMediaPolicyGetNext), (W{{1, 1}}))
+      << "only the voice policy";
+  port(1)->medPolicy[2].appType = 3;  // a policy of type 3 that exists takes the values
+  EXPECT_EQ(setInt(lldpMedMediaPolicySetApi, 1, 3, 58, 0x12C), kOk);
+  EXPECT_EQ(policy(1, 3), (V{3, 0, 0, 5, 0x2C, 100}));
   EXPECT_EQ(setInt(lldpMedMediaPolicySetApi, 1, 2, 59, 1), kBad);
   EXPECT_EQ(policy(1, 2), (V{0, 0, 0, 0, 0, 0}));
 
@@ -215,6 +221,13 @@ TEST_F(LocalTest, PolicySetsStartTheVoicePolicyFromItsDefault) {
   EXPECT_EQ(setInt(lldpMedMediaPolicySetApi, 4, 1, 56, 7), 5u);
   sim::setCmdSyncResult(0);
   EXPECT_EQ(policy(4, 1), (V{1, 0, 1, 5, 46, 0}));
+  // A type outside 1-8: no such row for the values (not forwarded), the
+  // unknown object as any other; the port is marked changed either way.
+  for (auto [obj, rc] : {std::pair{56u, kNoEntry}, {59u, kBad}}) {
+    fresh();
+    EXPECT_EQ(setInt(lldpMedMediaPolicySetApi, 2, 0, obj, 1), rc);
+    EXPECT_EQ((V{static_cast<long>(forwarded().size()), port(2)->somethingChangedLocal}), (V{0, 1}));
+  }
   Buf b(4);
   EXPECT_EQ((V{setInt(lldpMedMediaPolicySetApi, 3, 1, 56, 1), setInt(lldpMedMediaPolicySetApi, 1, 9, 56, 1),
                setInt(lldpMedMediaPolicySetApi, 9, 1, 56, 1), call(lldpMedMediaPolicySetApi, 1, 1, 56, b.p()),
