@@ -18,11 +18,6 @@ constexpr uint32_t kLatResAt = 0, kLatAt = 6, kLonResAt = 40, kLonAt = 46;
 constexpr uint32_t kAltTypeAt = 80, kAltResAt = 84, kAltAt = 90, kDatumAt = 120;
 constexpr uint32_t kAltMeters = 1, kAltFloors = 2;
 
-// The first magnitudes the text may not give: anything smaller reads back,
-// printed with six (one) decimals, as a value that still fits its field.
-constexpr double kAngleLimit = 255.9999995;
-constexpr double kAltLimit = 2097151.95;
-
 void putBits(uint8_t* lci, uint32_t at, uint32_t n, uint64_t v) {
   for (uint32_t i = 0; i < n; ++i) {
     const uint32_t bit = at + i;
@@ -54,19 +49,20 @@ bool startsWith(const Field& f, const char* word) {
   return f.n >= w && std::memcmp(f.p, word, w) == 0;
 }
 
-bool firstIs(const Field& f, char lower) { return f.p[0] == lower || f.p[0] == lower - 'a' + 'A'; }
+// Whether the field's word begins with the letter, in either case; an empty
+// field begins with none.
+bool firstIs(const Field& f, char lower) {
+  return f.n > 0 && (f.p[0] == lower || f.p[0] == lower - 'a' + 'A');
+}
 
-// A whole decimal number below `limit` in magnitude.
-bool number(const Field& f, double limit, double* out) {
+// The field read by strtod: the number at its start, 0 when there is none;
+// what follows the number is not looked at.
+double number(const Field& f) {
   char buf[LLDP_LOC_TEXT_LIMIT];
-  if (f.n >= sizeof buf) return false;
-  std::memcpy(buf, f.p, f.n);
-  buf[f.n] = '\0';
-  char* end = nullptr;
-  const double v = std::strtod(buf, &end);
-  if (end != buf + f.n || !std::isfinite(v) || !(std::fabs(v) < limit)) return false;
-  *out = v;
-  return true;
+  const uint32_t n = f.n < sizeof buf ? f.n : sizeof buf - 1;
+  std::memcpy(buf, f.p, n);
+  buf[n] = '\0';
+  return std::strtod(buf, nullptr);
 }
 
 }  // namespace
@@ -137,32 +133,31 @@ uint32_t lldpLocationEncode(const uint8_t* text, uint32_t len, uint8_t lci[LLDP_
   if (text == nullptr || lci == nullptr) return kEinval;
   if (len < LLDP_LOC_TEXT_MIN || len >= LLDP_LOC_TEXT_LIMIT) return kEinval;
 
-  Field f[7];
-  uint32_t count = 0, start = 0;
-  for (uint32_t i = 0; i < len && count < 7; ++i) {
-    if (text[i] != ',') continue;
-    f[count++] = Field{text + start, i - start};
-    start = i + 1;
-  }
-  if (count < 7) return kEinval;
-  for (const Field& x : f)
-    if (x.n == 0) return kEinval;
-
-  if (!firstIs(f[0], 'n') && !firstIs(f[0], 's')) return kEinval;
-  if (!firstIs(f[2], 'e') && !firstIs(f[2], 'w')) return kEinval;
+  // Each field is read when its comma is reached; a field whose comma never
+  // comes keeps the value it starts with.
+  bool south = false, west = false;
   double lat = 0, lon = 0, alt = 0;
-  if (!number(f[1], kAngleLimit, &lat) || !number(f[3], kAngleLimit, &lon) ||
-      !number(f[5], kAltLimit, &alt))
-    return kEinval;
-  if (firstIs(f[0], 's')) lat = -lat;
-  if (firstIs(f[2], 'w')) lon = -lon;
-  const uint32_t altType = firstIs(f[4], 'm') ? kAltMeters : kAltFloors;
-  // "nad83-mllw" before "nad83": both begin with "nad83".
-  uint32_t datum = 0;
-  if (startsWith(f[6], "wgs84")) datum = 1;
-  else if (startsWith(f[6], "nad83-mllw")) datum = 3;
-  else if (startsWith(f[6], "nad83")) datum = 2;
-  else return kEinval;
+  uint32_t altType = kAltFloors, datum = 0;
+  uint32_t field = 0, start = 0;
+  for (uint32_t i = 0; i < len && field < 7; ++i) {
+    if (text[i] != ',') continue;
+    const Field f{text + start, i - start};
+    start = i + 1;
+    switch (++field) {
+      case 1: south = firstIs(f, 's'); break;
+      case 2: lat = south ? -number(f) : number(f); break;
+      case 3: west = firstIs(f, 'w'); break;
+      case 4: lon = west ? -number(f) : number(f); break;
+      case 5: altType = firstIs(f, 'm') ? kAltMeters : kAltFloors; break;
+      case 6: alt = number(f); break;
+      default:
+        // "nad83-mllw" before "nad83": both begin with "nad83".
+        if (startsWith(f, "wgs84")) datum = 1;
+        else if (startsWith(f, "nad83-mllw")) datum = 3;
+        else if (startsWith(f, "nad83")) datum = 2;
+        break;
+    }
+  }
 
   std::memset(lci, 0, LLDP_LCI_LEN);
   putBits(lci, kLatResAt, 6, kLatRes);

@@ -29,8 +29,10 @@ constexpr uint32_t LLDP_LOC_TEXT_ROOM = 80;
 // and `fracBits` fraction bits: sign bit at intBits + fracBits - 1, the
 // truncated magnitude shifted left by fracBits, and fracBits fraction bits.
 // A fraction bit is set only when the doubled rest is strictly above 1.0, so
-// an exact half comes out as 0111...1. A magnitude too large for the field
-// is cut to it (the parser never hands one over); NaN and infinities give 0.
+// an exact half comes out as 0111...1. The magnitude keeps only the bits its
+// field has: from 2^(intBits - 1) on its integer part reaches the sign bit
+// (256 degrees in a 9.25 field reads as a negative 0), and higher bits are
+// dropped. NaN and infinities give 0.
 uint64_t double2hex(double value, uint32_t intBits, uint32_t fracBits);
 // The value of such a field. Fraction bits are added from bit fracBits - 1
 // down to bit 1: bit 0 is never counted. A 30-bit field (the altitude) is
@@ -42,16 +44,17 @@ double hex2double(uint64_t bits, uint32_t intBits, uint32_t fracBits);
 double lciFixedPrecision(uint64_t bits, uint32_t intBits, uint32_t fracBits, int* negative);
 
 // Parses a coordinate text of `len` octets (not terminated) into the LCI.
-// Returns 0, or 22 when the text is refused: a length outside 36..67; fewer
-// than seven commas; an empty field; a hemisphere word that does not begin
-// with n, N, s or S, or an east/west word that does not begin with e, E, w
-// or W; a number that is not a whole decimal number (as strtod reads it) or
-// is not finite, or whose magnitude reaches 255.9999995 degrees or 2097151.95
-// (altitude), the first values that would no longer read back within their
-// fields; a datum word that begins with none of "wgs84", "nad83-mllw",
-// "nad83". Any altitude-unit word selects floors unless it begins with m or
-// M (meters). Text after the seventh comma is ignored. Nothing is read
-// beyond `len` octets.
+// Returns 22 for a length outside 36..67, else 0: every other text gives an
+// LCI. At each comma the field just ended is read by its place: 1 a word
+// beginning with s or S makes the latitude negative; 2 the latitude, by
+// strtod (0 when no number begins the field; what follows the number is not
+// looked at); 3 a word beginning with w or W makes the longitude negative;
+// 4 the longitude; 5 a word beginning with m or M gives meters, any other
+// floors; 6 the altitude; 7 the datum, by the prefix "wgs84" (1),
+// "nad83-mllw" (3) or "nad83" (2), any other word 0. A field whose comma
+// never comes keeps its starting value (0; floors for the unit). Text after
+// the seventh comma is ignored. Values are not range-checked. Nothing is
+// read beyond `len` octets.
 uint32_t lldpLocationEncode(const uint8_t* text, uint32_t len, uint8_t lci[LLDP_LCI_LEN]);
 
 // The text of an LCI: "north,"/"south," and the latitude's magnitude with

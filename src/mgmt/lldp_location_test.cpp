@@ -1,6 +1,6 @@
 // Coordinate location codec: LCI vectors worked out by hand, the fixed-point
-// limits and refused texts. (The fuzz target checks that every text the
-// agent writes reads back unchanged.)
+// limits, and how a text of any content is read. (The fuzz target checks
+// that a text the agent writes reads back unchanged.)
 #include "mgmt/lldp_location.h"
 
 #include <gtest/gtest.h>
@@ -77,41 +77,53 @@ TEST(LocationCodec, FixedPointFields) {
   EXPECT_EQ(negative, 1);
   EXPECT_EQ(lciFixedPrecision((3ull << 25) | 1, 9, 25, &negative), 3.0 + 1.0 / (1 << 25));
   EXPECT_EQ(negative, 0);
-  // Outside the parser's range the field is cut, never overrun.
+  // A magnitude beyond the field keeps the field's bits, never more.
   EXPECT_EQ(double2hex(1e300, 9, 25) >> 34, 0u);
+  EXPECT_EQ(double2hex(256.0, 9, 25), 1ull << 33) << "256 reaches the sign bit";
   EXPECT_EQ(double2hex(std::nan(""), 9, 25), 0u);
 }
 
-TEST(LocationCodec, RefusedTexts) {
+// Only the length refuses a text; every other field is read as far as it
+// goes, and a field never reached keeps its starting value.
+TEST(LocationCodec, AnyTextOfTheRightLengthIsReadFieldByField) {
   const std::string good = "north,35.5,east,139.25,meters,12.5,wgs84,";
-  const char* refused[] = {
-      "north,35.5,east,139.25,meters,12.5,wgs84",     // missing the last comma
-      "north,35.5,east,139.25,meters12.5,wgs84,xx",   // a comma short
-      "up,35.5,east,139.25,meters,12.5,wgs84,",       // hemisphere word
-      "north,35.5,left,139.25,meters,12.5,wgs84,",    // east/west word
-      "north,35.5,east,139.25,meters,12.5,etrs89,",   // datum word
-      "north,35.5,east,139.25,meters,12.5,WGS84,",    // datum words are lower case
-      "north,35.5x,east,139.25,meters,12.5,wgs84,",   // junk after a number
-      "north,35.5,east,1392500000000000000.25,meters,1,wgs84,",  // overlong number
-      "north,255.9999995,east,1,meters,1,wgs84,",     // reads back as 256
-      "north,1,east,-255.9999995,meters,1,wgs84,",
-      "north,1,east,1,meters,2097151.95,wgs84,",      // reads back as 2097152.0
-      "north,nan,east,139.25,meters,12.5,wgs84,",
-      "north,35.5,east,inf,meters,12.5,wgs84,xxxxx",
-      "north,,east,139.25,meters,12.5,wgs84,,,,,,,,", // empty field
-      "north,35.5,east,139.25,,12.5,wgs84,xxxxxxxxx",
-      "north,35.5,east,139.25,meters, ,wgs84,xxxxxxxx",
-      "north,1,east,1,meters,1,wgs84,xxxxx",          // 35 octets
+  const std::string goodBack = "north,35.500000,east,139.250000,meters,12.5,wgs84,";
+  const struct {
+    std::string text, back;
+  } rows[] = {
+      // Hemisphere and east/west by their first letter: anything but s / w is north / east.
+      {"up,35.5,left,139.25,meters,12.5,wgs84,", goodBack},
+      {"S,35.5,Wx,139.25,meters,12.5,wgs84,x", "south,35.500000,west,139.250000,meters,12.5,wgs84,"},
+      // A negative number under s flips back.
+      {"south,-10,east,-20.25,meters,3.5,wgs84,xxxx", "north,10.000000,west,20.250000,meters,3.5,wgs84,"},
+      // Numbers as strtod reads them: what follows is not looked at, none is 0.
+      {"north,35.5x,east,139.25,meters,12.5 m,wgs84,", goodBack},
+      {"north,,east,139.25,meters, ,wgs84,xxxxxxxxxx", "north,0.000000,east,139.250000,meters,0.0,wgs84,"},
+      // The datum by its lower-case prefix; any other word is datum 0.
+      {"north,35.5,east,139.25,meters,12.5,WGS84,", "north,35.500000,east,139.250000,meters,12.5,"},
+      {"north,35.5,east,139.25,meters,12.5,nad83x,", "north,35.500000,east,139.250000,meters,12.5,nad83,"},
+      // Missing commas: the fields never ended keep their starting values.
+      {"north,35.5,east,139.25,meters,12.5,wgs84", "north,35.500000,east,139.250000,meters,12.5,"},
+      {"north,35.5,east,139.25,meters12.5,wgs84,xx", "north,35.500000,east,139.250000,meters,0.0,"},
+      {"north,35.5,east,139.25xxxxxxxxxxxxxxxxxxxx", "north,35.500000,east,0.000000,floors,0.0,"},
+      // No range check: 300 degrees keeps the field's bits, its 256 in the sign.
+      {"north,300,east,1,meters,1,wgs84,xxxx", "south,44.000000,east,1.000000,meters,1.0,wgs84,"},
+      {"north,nan,east,inf,meters,1e300,wgs84,x", "north,0.000000,east,0.000000,meters,0.0,wgs84,"},
   };
   Bytes lci;
-  for (const char* t : refused) EXPECT_EQ(encode(t, &lci), 22u) << t;
+  for (const auto& r : rows) {
+    ASSERT_EQ(encode(r.text, &lci), 0u) << r.text;
+    EXPECT_EQ(decode(lci), r.back) << r.text;
+  }
+  EXPECT_EQ(encode("north,1,east,1,meters,1,wgs84,xxxxx", &lci), 22u) << "35 octets";
   EXPECT_EQ(encode(good + std::string(68 - good.size(), 'x'), &lci), 22u) << "68 octets";
   EXPECT_EQ(encode(good + std::string(67 - good.size(), 'x'), &lci), 0u) << "67 octets, tail ignored";
   EXPECT_EQ(encode("north,1,east,1,meters,1,wgs84,xxxxxx", &lci), 0u) << "36 octets";
   // The length bounds the scan: a last comma just past it is not seen.
-  EXPECT_EQ(lldpLocationEncode(reinterpret_cast<const uint8_t*>(good.data()),
+  ASSERT_EQ(lldpLocationEncode(reinterpret_cast<const uint8_t*>(good.data()),
                                static_cast<uint32_t>(good.size() - 1), lci.data()),
-            22u);
+            0u);
+  EXPECT_EQ(decode(lci), "north,35.500000,east,139.250000,meters,12.5,");
 }
 
 }  // namespace

@@ -253,15 +253,15 @@ TEST_F(LocalTest, LocationsKeepCoordinatesAsTheirLciAndTheOtherFormatsAsGiven) {
   getBytes(lldpMedLocationGetApi, 1, 1, 1, 20, &rc);
   EXPECT_EQ(rc, kTooSmall);
 
-  // Length rules and refused texts: nothing forwarded, nothing stored.
+  // Length rules: nothing forwarded, nothing stored.
   const Bytes civic(6, 0x20), elin = rxtest::str("12025550100");
   const struct {
     uint32_t format;
     Bytes data;
     uint32_t rc;
   } rows[] = {
-      {1, rxtest::str("north,35.5,east,139.25,meters,12.5,wgs84"), kInval},
-      {1, rxtest::str("north,35.5,east,139.25,meters,12.5,bogus,"), kInval},
+      {1, rxtest::str("north,1,east,1,meters,1,wgs84,xxxxx"), kInval},  // 35 octets
+      {1, Bytes(68, ','), kInval},
       {2, Bytes(5, 0x20), kInval}, {2, Bytes(257, 0x20), kInval}, {2, Bytes(256, 0x20), kOk}, {2, civic, kOk},
       {3, Bytes(507, '9'), kInval}, {3, {}, kInval}, {3, elin, kOk}, {4, elin, kBad},
   };
