@@ -25,6 +25,7 @@ namespace {
 
 constexpr uint32_t kObjLimit = 71;  // ids from here on answer 0x3E80010
 constexpr uint32_t kVlanMapLen = 512;
+constexpr uint32_t kPortIdRoom = 512;  // more than any port ID the providers form
 constexpr uint32_t kPoeClassObj = 7;  // PoE service: the port's power class as the platform keeps it
 
 // Key record of the port walks: filter word, port unit.
@@ -120,12 +121,15 @@ uint32_t putLinkAggStatus(ZorValue* v, uint32_t unit) {
   return lldpMgmtPutCut(v, &status, 1);
 }
 
+// The port ID for the port's subtype whatever the caller's capacity (a MAC
+// address is 6 octets, a name at most 255 and "interface"), as much of it as
+// the buffer holds.
 uint32_t putPortId(ZorValue* v, const LldpPort* p) {
   if (!lldpMgmtIsBuf(v)) return LLDP_MGMT_EINVAL;
-  uint32_t len = v->len;
-  lldpPortGetPortId(p, lldpMgmtBuf(v), &len);
-  v->len = len;
-  return LLDP_MGMT_OK;
+  uint8_t id[kPortIdRoom];
+  uint32_t len = sizeof id;
+  lldpPortGetPortId(p, id, &len);
+  return lldpMgmtPutCut(v, id, len);
 }
 
 // The description is always formed (from the alias, else the interface

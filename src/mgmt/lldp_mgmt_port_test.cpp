@@ -140,6 +140,15 @@ TEST_F(PortTest, GetAnswersEachObjectInItsFormAndRefusesTheOther) {
   }
   ZorValue v = intVal();
   EXPECT_EQ(lldpPortGetApi(2, 1, &v), kNoEntry);
+  // A MAC address port ID is cut to the buffer like a name.
+  p->portIdSubtype = 3;
+  Buf mac(4), fullMac(6);
+  ASSERT_EQ(lldpPortGetApi(1, 6, fullMac.p()), kOk);
+  const Bytes full = fullMac.bytes();
+  ASSERT_EQ(full.size(), 6u);
+  ASSERT_EQ(lldpPortGetApi(1, 6, mac.p()), kOk);
+  EXPECT_EQ(mac.bytes(), Bytes(full.begin(), full.begin() + 4));
+  p->portIdSubtype = 5;
   Buf whole(512);
   p->dot1TlvTxSupported = 0xD0;
   EXPECT_EQ(lldpPortGetApi(1, 31, whole.p()), kInval) << "the whole list without VLAN-name support";
