@@ -57,6 +57,9 @@ pass "an unknown key is a warning naming file and line; a disabled agent says so
 # The agent runs until SIGTERM.
 warned() {  # warned CONF-TEXT: starts the agent with it, stops it, sets err
   printf '%s\nhost.cmdsocket = %s\n' "$1" "$TMP/w.sock" >"$TMP/w.conf"
+  # Emptied here, not by the background redirection, so that the wait below
+  # cannot see the previous run's start line.
+  : >"$TMP/err"
   ip netns exec "$(nsname a)" "$AGENT" -c "$TMP/w.conf" >"$TMP/out" 2>"$TMP/err" &
   local pid=$!
   for _ in $(seq 50); do grep -q started "$TMP/err" && break; sleep 0.1; done
