@@ -67,18 +67,24 @@ TEST_F(TaskTest, WaitUsesTheNextTimerOrOneSecond) {
   EXPECT_EQ(sim::nowMs(), 2250u);
 }
 
+// Frames reach only ports that receive. One that only receives (here the
+// start-up default) learns and ages its neighbour and never sends, while the
+// transmit-only port beside it sends; transmit-only, disabled and unknown
+// ports drop frames silently.
 TEST_F(TaskTest, FramesReachOnlyPortsThatReceive) {
+  stopAgent();
+  ASSERT_EQ(startAgent({{"lldp.defaultportmode", "rx"}, {"lldp.maxifnum", "8"}}), 0);
   LldpPort* rx = registerPort(1);
   LldpPort* tx = registerPort(2, 1);
   LldpPort* off = registerPort(3, 4);
+  ASSERT_EQ(rx->adminStatus, LLDP_ADMIN_RX);
   gLldpInfo.debugFlags |= 0x1;
   sim::clearLogLines();
-  sim::queueFrame(1, lldpdu(0xA1));
+  sim::queueFrame(1, lldpdu(0xA1, 10));
   lldpMainRound();
   EXPECT_EQ(rx->statsFramesInTotal, 1u);
   EXPECT_TRUE(hasNeighbours(rx));
   EXPECT_TRUE(sim::hasLine("packet len=64\r\n"));
-  // Transmit-only, disabled and unknown ports: dropped silently.
   sim::clearLogLines();
   sim::queueFrame(2, lldpdu(0xA2));
   sim::queueFrame(3, lldpdu(0xA3));
@@ -88,6 +94,11 @@ TEST_F(TaskTest, FramesReachOnlyPortsThatReceive) {
   EXPECT_EQ(tx->statsFramesInTotal + tx->rx.recvsize + off->statsFramesInTotal, 0u);
   EXPECT_FALSE(sim::hasLineContaining("packet len="));
   EXPECT_EQ(gLldpInfo.memCurRems, 1u);
+  rounds(40);
+  EXPECT_FALSE(hasNeighbours(rx));
+  EXPECT_EQ(gLldpInfo.statsRemTablesAgeouts, 1u);
+  ASSERT_FALSE(sim::sentFrames().empty());
+  for (const auto& f : sim::sentFrames()) EXPECT_EQ(f.unit, 2u);
 
   // The frame is read before the event of the same round.
   addPort(4);
