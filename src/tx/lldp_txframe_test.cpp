@@ -64,6 +64,42 @@ TEST_F(TxBuild, BasicAndManagementByteVectors) {
   EXPECT_EQ(one(lldpSysNameTlv), hex("0a00"));
 }
 
+// Each basic optional TLV has a switch of its own: off, only its TLV goes;
+// alone, only it of the four is sent. The management address has none.
+TEST_F(TxBuild, EachBasicTlvSwitchGovernsItsTlvOnly) {
+  const auto all = infoTlvs();
+  auto without = [&all](auto drop) {
+    std::vector<txtest::Tlv> v;
+    for (const auto& t : all)
+      if (!drop(t.type)) v.push_back(t);
+    return v;
+  };
+  for (auto [bit, type] : {std::pair{0x80u, 4u}, {0x40u, 5u}, {0x20u, 6u}, {0x10u, 7u}}) {
+    port->basicTlvTxEnabled = static_cast<uint8_t>(0xF0 & ~bit);
+    EXPECT_EQ(infoTlvs(), without([type](uint32_t t) { return t == type; })) << bit;
+    port->basicTlvTxEnabled = static_cast<uint8_t>(bit);
+    EXPECT_EQ(infoTlvs(), without([type](uint32_t t) { return t >= 4 && t <= 7 && t != type; })) << bit;
+  }
+}
+
+// Texts longer than a TLV may carry go out cut to 255 bytes.
+TEST_F(TxBuild, TextsAreCutTo255Bytes) {
+  for (size_t n : {255u, 256u, 300u}) {
+    sim::setString(sim::Svc::If, txtest::kUnit, 4, std::string(n, 'a'));  // alias: the description
+    sim::setString(sim::Svc::Scalar, 0, 50, std::string(n, 'b'));
+    sim::setString(sim::Svc::Scalar, 0, 58, std::string(n, 'c'));
+    std::vector<std::string> texts;
+    for (const auto& t : infoTlvs())
+      if (t.type >= 4 && t.type <= 6) texts.emplace_back(t.value.begin(), t.value.end());
+    EXPECT_EQ(texts, (std::vector<std::string>{std::string(255, 'a'), std::string(255, 'b'), std::string(255, 'c')}))
+        << n;
+  }
+  // Without an alias the description is formatted, and cut the same way.
+  sim::setString(sim::Svc::If, txtest::kUnit, 4, "");
+  sim::setString(sim::Svc::If, txtest::kUnit, 2, std::string(300, 'd'));
+  EXPECT_EQ(infoTlvs()[3], (txtest::Tlv{4, std::vector<uint8_t>(255, 'd')}));
+}
+
 TEST_F(TxBuild, OnlyFirstConfiguredManagementAddressIsSent) {
   lldpMgmtAddr* a = newAddr(1, {10, 0, 0, 1});
   a->next = newAddr(1, {10, 0, 0, 2});
@@ -121,6 +157,22 @@ TEST_F(TxBuild, MedByteVectors) {
   EXPECT_EQ(one(lldpMedSnTlv), hex("fe04 0012bb 08"));  // an empty inventory string
   port->medLocation[2] = {1, 3, txtest::copyBytes(hex("313233"))};
   EXPECT_EQ(one([](LldpPort* p) { return lldpMedLocationTlv(p, 3); }), hex("fe08 0012bb 03 03 313233"));
+  // Longer than 250 bytes: the length needs its ninth bit. 506 bytes is the
+  // most a TLV holds; 507 never fits.
+  for (uint16_t n : {251, 506}) {
+    silFree(port->medLocation[0].data);
+    port->medLocation[0] = {1, n, txtest::copyBytes(std::vector<uint8_t>(n, 0x5A))};
+    std::vector<uint8_t> want = {0xFF, static_cast<uint8_t>(5 + n), 0x00, 0x12, 0xbb, 0x03, 0x01};
+    want.resize(7u + n, 0x5A);
+    EXPECT_EQ(one([](LldpPort* p) { return lldpMedLocationTlv(p, 1); }), want) << n;
+  }
+  port->medLocation[0].len = 507;
+  port.clearBuffer();
+  EXPECT_EQ(lldpMedLocationTlv(port.get(), 1), -1);
+  EXPECT_EQ(port->tx.sendsize, 0u);
+  EXPECT_TRUE(port->tx.flags & LLDP_TX_FLAG_OVERFLOW);
+  silFree(port->medLocation[0].data);
+  port->medLocation[0] = {};
   // Not configured: skipped without the overflow flag.
   EXPECT_EQ(one([](LldpPort* p) { return lldpMedLocationTlv(p, 1); }, -1), hex(""));
   EXPECT_EQ(one([](LldpPort* p) { return lldpMedPolicyTlv(p, 2); }, -1), hex(""));

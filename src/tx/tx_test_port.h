@@ -222,6 +222,7 @@ inline std::vector<uint8_t> hex(const std::string& s) {
 struct Tlv {
   uint32_t type;
   std::vector<uint8_t> value;
+  bool operator==(const Tlv&) const = default;
 };
 
 // Walks the TLVs of a frame from `offset` (14 untagged, 18 tagged) up to and
