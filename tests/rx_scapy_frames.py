@@ -99,8 +99,6 @@ emit("dot3", eth() / head() /
      org(DOT3, 4, struct.pack(">H", 9216)) /
      END)
 
-emit("dot3_short_power", eth() / head() / org(DOT3, 2, bytes([0x07, 1, 2])) / END)
-
 # Network policy word: application type, U T X, VLAN id, L2 priority, DSCP.
 policy = (1 << 24) | (0 << 23) | (1 << 22) | (10 << 9) | (5 << 6) | 46
 emit("med", eth() / head() /
@@ -161,6 +159,21 @@ emit("med_location_short", eth() / head() / org(MED, 3) / END)
 emit("med_power_short", eth() / head() / org(MED, 4, b"\x52\x00") / END)
 emit("priv_cap_short", eth() / head() / org(PRIV, 1, b"\x00") / END)
 emit("priv_inventory_short", eth() / head() / org(PRIV, 3) / END)
+
+# ---- Inner lengths that disagree with the TLV length -------------------------------
+# Each TLV is followed by a system name of 0xEE bytes: a decoder that reads
+# past its TLV would store some of them.
+
+AFTER = LLDPDUSystemName(system_name=b"\xee" * 40)
+emit("dot1_vlanname_over", eth() / head() /
+     org(DOT1, 3, struct.pack(">HB", 5, 20) + b"abc") / AFTER / END)
+emit("dot1_protoid_over", eth() / head() / org(DOT1, 4, bytes([10, 0x88, 0x8E])) / AFTER / END)
+emit("dot1_ppvid_long", eth() / head() / org(DOT1, 2, bytes([0x06, 0, 7, 0xAB, 0xCD])) / AFTER / END)
+# Power via MDI in the short form (7), up to the extended one (12), and above.
+for n in (7, 8, 9, 10, 11, 13):
+    emit("dot3_power_len%d" % n, eth() / head() /
+         org(DOT3, 2, bytes([0x07, 1, 2]) + bytes([0x51, 0, 0x64, 0, 0x96, 0x01])[:n - 7]) /
+         AFTER / END)
 
 for name, data in frames:
     print(name, data.hex())

@@ -115,11 +115,40 @@ std::map<std::string, Expect> expectations() {
                  m->dot3CapEnabled[0]}),
               (V{1, 1, 0x6C, 0x01, 30, 1, 1, 1, 1, 1, 4, 1, 3, 2, 2, 255, 300, 0xC0, 7, 9216, 0xF0}));
   });
-  e["dot3_short_power"] = ok([](Msap* m) {
-    EXPECT_EQ((V{m->dot3PowerMDIEnabled, m->dot3PowerPairControl, m->dot3PowerClass, m->dot3PowerExtended,
-                 m->dot3PowerRequested}),
-              (V{1, 2, 2, 0, 0}));
+  // Inner lengths that disagree with the TLV: the fields hold only what the
+  // TLV holds, and the system name behind it is read whole, as itself.
+  auto nameAfter = [](Msap* m) { EXPECT_EQ(s(m->sysName, m->sysNameLen), std::string(40, '\xee')); };
+  e["dot1_vlanname_over"] = ok([nameAfter](Msap* m) {
+    nameAfter(m);
+    ASSERT_EQ(m->dot1VlanNameNum, 1);
+    const LldpDot1VlanName* v = m->dot1VlanNameList;
+    Bytes name(LLDP_VLAN_NAME_MAX, 0);
+    std::memcpy(name.data(), "abc", 3);
+    EXPECT_EQ((V{v->vid, v->nameLen}), (V{5, 20}));
+    EXPECT_EQ(Bytes(v->name, v->name + LLDP_VLAN_NAME_MAX), name);
   });
+  e["dot1_protoid_over"] = ok([nameAfter](Msap* m) {
+    nameAfter(m);
+    ASSERT_EQ(m->dot1ProtoidNum, 1);
+    const LldpDot1ProtoId* p = m->dot1ProtoIdList;
+    EXPECT_EQ(Bytes(p->protoId, p->protoId + p->len), (Bytes{0x88, 0x8E}));
+  });
+  e["dot1_ppvid_long"] = ok([nameAfter](Msap* m) {
+    nameAfter(m);
+    ASSERT_EQ(m->dot1PpvidNum, 1);
+    EXPECT_EQ((V{m->dot1PpvidList->ppvid, m->dot1PpvidList->supported, m->dot1PpvidList->enabled}), (V{7, 1, 1}));
+  });
+  e["dot1_ppvid_long"].trace = "Dot1PPvid TLV has invalid length '9' received on port ge1 \r\n";
+  // Only a power TLV of exactly 12 bytes is the extended form.
+  for (int n : {7, 8, 9, 10, 11, 13})
+    e["dot3_power_len" + std::to_string(n)] = ok([nameAfter](Msap* m) {
+      nameAfter(m);
+      EXPECT_EQ((V{m->dot3PowerPortClass, m->dot3PowerMDIEnabled, m->dot3PowerPairControl, m->dot3PowerPairs,
+                   m->dot3PowerClass, m->dot3PowerExtended, m->dot3PowerType, m->dot3PowerSource,
+                   m->medPowerPriority, m->dot3PowerRequested, m->dot3PowerAllocated}),
+                (V{1, 1, 2, 1, 2, 0, 0, 0, 0, 0, 0}));
+    });
+  e["dot3_power_len13"].trace = "Dot3Power TLV has invalid length '13' received on port  ge1 \r\n";
   e["med"] = ok([](Msap* m) {
     EXPECT_TRUE(lldpMsapIsMed(m));
     const LldpRemMedPolicy& p = m->medPolicy[0];
