@@ -2,6 +2,8 @@
 // machine's ageing and hold-offs, and the notifier's outputs.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "rx/rx_test_util.h"
 
 using namespace rxtest;
@@ -83,6 +85,135 @@ TEST(RemoteTable, ChangeKeepsIndexAndMovesToFrontWithRateLimitedNotifications) {
   EXPECT_EQ(groupSends(281), 2u);
   EXPECT_EQ(gLldpInfo.lastTrapTime, 15u);
 }
+
+// ---- Change detection: one field at a time --------------------------------
+
+// A neighbour that carries every field the comparison looks at, as a list of
+// TLVs (organizationally specific values start with OUI and subtype, so
+// their data starts at byte 4). Decoded values are chosen so that removing
+// the PVID, the maximum frame size, the empty MED inventory or the empty
+// private system OID changes nothing but the received-TLV map, and removing
+// the all-zero policy of application 1 nothing but that slot's application.
+enum { kChassis, kPort, kPortDescr = 3, kSysName, kSysDescr, kCaps, kMgmt, kUnknown, kOrgUnknown, kPvid, kPpvid,
+       kVlanName, kProto, kMacPhy, kPower, kAgg, kMfs, kMedCap, kPolicyZero, kPolicy, kLocation, kMedPse, kMedPd,
+       kMedInv, kPrivCap, kPrivOid, kPrivInv };
+using Tlvs = std::vector<std::pair<uint8_t, Bytes>>;
+Tlvs richNeighbour() {
+  auto o = [](const Bytes& oui, uint8_t sub, Bytes data) {
+    Bytes v = oui;
+    v.push_back(sub);
+    v.insert(v.end(), data.begin(), data.end());
+    return std::make_pair(uint8_t{127}, v);
+  };
+  return {{1, {7, 'A'}}, {2, {5, 'p', '1'}}, {3, {0, 120}}, {4, str("pd")}, {5, str("sn")}, {6, str("sd")},
+          {7, {0, 0x14, 0, 0x04}}, {8, {5, 1, 10, 0, 0, 1, 2, 0, 0, 0, 7, 5, 0x06, 0x03, 0x2B, 0x06, 0x01}},
+          {20, str("u")}, o({0, 0, 0x5E}, 1, {9}),
+          o(kDot1, 1, {0, 0}), o(kDot1, 2, {0x02, 0, 0x10}), o(kDot1, 3, {0, 5, 2, 'v', 'n'}),
+          o(kDot1, 4, {2, 0x88, 0x8E}),
+          o(kDot3, 1, {0x03, 0x6C, 0x01, 0x00, 0x1E}), o(kDot3, 2, {0x0F, 1, 4, 0x51, 0, 0x64, 0, 0x96}),
+          o(kDot3, 3, {0x03, 0, 0, 0, 7}), o(kDot3, 4, {0, 0}),
+          o(kMed, 1, {0x00, 0x33, 0x03}), o(kMed, 2, {0x01, 0, 0, 0}), o(kMed, 2, {0x02, 0xC0, 0x15, 0x6E}),
+          o(kMed, 3, {0x02, 'c', 'i', 'v'}),
+          o(kMed, 4, {0x12, 0x00, 0xC8}), o(kMed, 4, {0x52, 0x00, 0xC8}), o(kMed, 11, {}),
+          o(kPriv, 1, {0x00, 0x14}), o(kPriv, 2, {}), o(kPriv, 3, str("hw"))};
+}
+Frame frameOf(const Tlvs& tlvs) {
+  Frame f;
+  for (const auto& [type, value] : tlvs) f.tlv(type, value);
+  return f.end();
+}
+
+struct ChangeCase {
+  const char* name;
+  std::function<void(Tlvs&)> edit;  // null: the same frame again
+};
+std::function<void(Tlvs&)> flip(size_t tlv, size_t byte, uint8_t mask) {
+  return [=](Tlvs& t) { t[tlv].second[byte] ^= mask; };
+}
+std::function<void(Tlvs&)> drop(size_t tlv) {
+  return [=](Tlvs& t) { t.erase(t.begin() + static_cast<long>(tlv)); };
+}
+std::function<void(Tlvs&)> shorten(size_t tlv) {
+  return [=](Tlvs& t) { t[tlv].second.pop_back(); };
+}
+std::function<void(Tlvs&)> append(size_t tlv, Bytes more) {
+  return [=](Tlvs& t) { t[tlv].second.insert(t[tlv].second.end(), more.begin(), more.end()); };
+}
+std::function<void(Tlvs&)> add(size_t before, uint8_t type, Bytes value) {
+  return [=](Tlvs& t) { t.insert(t.begin() + static_cast<long>(before), {type, value}); };
+}
+
+const ChangeCase kChanges[] = {
+    {"Unchanged", nullptr}, {"ChassisIdSubtype", flip(kChassis, 0, 0x03)}, {"PortIdSubtype", flip(kPort, 0, 0x02)},
+    {"PortDescription", flip(kPortDescr, 1, 1)}, {"SystemName", flip(kSysName, 0, 1)},
+    {"SystemNameLength", shorten(kSysName)}, {"SystemDescription", flip(kSysDescr, 1, 1)},
+    {"Capabilities", flip(kCaps, 1, 0x01)}, {"EnabledCapabilities", flip(kCaps, 3, 0x10)},
+    {"MgmtAddress", flip(kMgmt, 5, 1)}, {"MgmtAddressSubtype", flip(kMgmt, 1, 0x02)},
+    {"MgmtAddressLength",
+     [](Tlvs& t) { t[kMgmt].second[0] = 6; t[kMgmt].second.insert(t[kMgmt].second.begin() + 6, 0); }},
+    {"MgmtIfSubtype", flip(kMgmt, 6, 1)}, {"MgmtIfNumber", flip(kMgmt, 10, 1)}, {"MgmtOid", flip(kMgmt, 16, 1)},
+    {"MgmtOidLength", [](Tlvs& t) { t[kMgmt].second[11] = 4; t[kMgmt].second[13] = 2; shorten(kMgmt)(t); }},
+    {"MgmtAddressAdded", add(kMgmt, 8, {5, 1, 10, 0, 0, 2, 2, 0, 0, 0, 7, 0})},
+    {"UnknownTlv", flip(kUnknown, 0, 1)}, {"UnknownTlvAdded", add(kUnknown, 21, {})},
+    {"UnknownTlvType", [](Tlvs& t) { t[kUnknown].first = 22; }}, {"UnknownTlvLength", shorten(kUnknown)},
+    {"UnknownOrgTlv", flip(kOrgUnknown, 4, 1)},
+    {"Dot1Map", drop(kPvid)}, {"Dot1Pvid", flip(kPvid, 5, 1)},
+    {"PpvidSupported", flip(kPpvid, 4, 0x02)}, {"PpvidEnabled", flip(kPpvid, 4, 0x04)},
+    {"Ppvid", flip(kPpvid, 6, 1)}, {"PpvidAdded", add(kPpvid, 127, {0, 0x80, 0xC2, 2, 0x02, 0, 0x11})},
+    {"VlanNameVid", flip(kVlanName, 5, 1)}, {"VlanName", flip(kVlanName, 8, 1)},
+    {"VlanNameLength", flip(kVlanName, 6, 0x03)}, {"ProtocolIdentity", flip(kProto, 6, 1)},
+    {"ProtocolIdentityLength", [](Tlvs& t) { t[kProto].second[4] = 1; shorten(kProto)(t); }},
+    {"AutoNegSupported", flip(kMacPhy, 4, 0x01)}, {"AutoNegEnabled", flip(kMacPhy, 4, 0x02)},
+    {"AdvertisedCapability", flip(kMacPhy, 6, 1)}, {"MauType", flip(kMacPhy, 8, 1)},
+    {"PowerPortClass", flip(kPower, 4, 0x01)}, {"PowerSupported", flip(kPower, 4, 0x02)},
+    {"PowerEnabled", flip(kPower, 4, 0x04)}, {"PowerPairControl", flip(kPower, 4, 0x08)},
+    {"PowerPairs", flip(kPower, 5, 0x03)}, {"PowerClass", flip(kPower, 6, 1)},
+    {"PowerType", flip(kPower, 7, 0x40)}, {"PowerSource", flip(kPower, 7, 0x10)},
+    {"PowerRequested", flip(kPower, 9, 1)}, {"PowerAllocated", flip(kPower, 11, 1)},
+    {"AggregationStatus", flip(kAgg, 4, 0x01)}, {"AggregatedPort", flip(kAgg, 8, 1)},
+    {"Dot3Map", drop(kMfs)}, {"MaxFrameSize", flip(kMfs, 5, 1)},
+    {"MedCapabilities", flip(kMedCap, 5, 0x04)}, {"MedDeviceType", flip(kMedCap, 6, 0x01)},
+    {"MedMap", drop(kMedInv)}, {"PolicyApplication", drop(kPolicyZero)},
+    {"PolicyUnknown", flip(kPolicy, 5, 0x80)}, {"PolicyTagged", flip(kPolicy, 5, 0x40)},
+    {"PolicyVlan", flip(kPolicy, 6, 0x02)}, {"PolicyPriority", flip(kPolicy, 7, 0x40)},
+    {"PolicyDscp", flip(kPolicy, 7, 0x01)}, {"Location", flip(kLocation, 5, 1)},
+    {"LocationLength", shorten(kLocation)},
+    // PSE then PD, or PD then PSE: the same map, another power type.
+    {"MedPowerType", [](Tlvs& t) { std::swap(t[kMedPse], t[kMedPd]); }},
+    {"MedPowerSource", flip(kMedPd, 4, 0x10)},
+    {"MedPowerPriority", flip(kMedPd, 4, 0x01)}, {"MedPowerValue", flip(kMedPd, 6, 1)},
+    {"MedInventory", append(kMedInv, {'a'})},
+    {"PrivateCapabilities", flip(kPrivCap, 5, 0x01)}, {"PrivateMap", drop(kPrivOid)},
+    {"PrivateSystemOid", append(kPrivOid, {'1'})}, {"PrivateInventory", flip(kPrivInv, 4, 1)},
+};
+
+void PrintTo(const ChangeCase& c, std::ostream* os) { *os << c.name; }
+
+class Change : public ::testing::TestWithParam<ChangeCase> {};
+
+// Each edit changes one field of a known neighbour: the table must see a
+// change (trace, new record in its place, change notification); the same
+// frame again is a refresh.
+TEST_P(Change, OneFieldIsEnoughToNotify) {
+  const ChangeCase& c = GetParam();
+  Agent a;
+  gLldpInfo.trapInterval = 0;
+  ASSERT_EQ(a.recv(frameOf(richNeighbour())), RX_FRAME_OK);
+  Msap* before = neighbours(a.port())[0];
+  Tlvs edited = richNeighbour();
+  if (c.edit) c.edit(edited);
+  sim::clearLogLines();
+  ASSERT_EQ(a.recv(frameOf(edited)), RX_FRAME_OK);
+  ASSERT_EQ(neighbours(a.port()).size(), 1u);
+  const bool changed = c.edit != nullptr;
+  EXPECT_EQ(sim::hasLine("MSAP Cache has changed on port ge1\r\n"), changed);
+  EXPECT_EQ(neighbours(a.port())[0] != before, changed);
+  EXPECT_EQ(groupSends(281), changed ? 1u : 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fields, Change,
+                         ::testing::ValuesIn(kChanges),
+                         [](const auto& p) { return std::string(p.param.name); });
 
 TEST(RemoteTable, ShutdownOfKnownAndUnknownNeighbours) {
   Agent a;
