@@ -69,24 +69,36 @@ TEST_P(Reject, ResultCodeCountersAndTrace) {
 INSTANTIATE_TEST_SUITE_P(Rules, Reject, ::testing::ValuesIn(rejectCases()),
                          [](const auto& p) { return std::string(p.param.name); });
 
-TEST(RxFilter, TaggedFrameChecksPvidOnlyWhenThePlatformKnowsTheVlan) {
+TEST(RxFilter, TaggedFrameIsHeldAgainstThePvidWhenThePlatformKnowsTheVlan) {
   Agent a;
-  Frame f({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CC, 0x8100, 0x2000 | 20);
-  f.head().end();
-  sim::setInt(sim::Svc::If, 1, 159, 10);  // PVID
-  // Query 211 unanswered: the tagged frame is accepted without the PVID test.
-  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
-
-  sim::setInt(sim::Svc::If, 1, 211, 20);
-  sim::setInt(sim::Svc::If, 1, 210, 20);
-  const Counters before = Counters::of(a.port());
-  EXPECT_EQ(a.recv(f), RX_FRAME_FILTERED);
-  EXPECT_TRUE(sim::hasLine("This frame is from vlan 20, port ge1 pvid is 10.\r\n"));
-  EXPECT_EQ(Counters::of(a.port()).discarded, before.discarded + 1);
-  EXPECT_EQ(Counters::of(a.port()).in, before.in);
-
-  sim::setInt(sim::Svc::If, 1, 159, 20);
-  EXPECT_EQ(a.recv(f), RX_FRAME_OK);
+  auto tagged = [](uint16_t tci) {
+    Frame f({0x01, 0x80, 0xC2, 0, 0, 0x0E}, {0, 1, 2, 3, 4, 5}, 0x88CC, 0x8100, tci);
+    return f.head("tagged", std::to_string(tci)).end();
+  };
+  sim::setInt(sim::Svc::If, 1, 159, 1);  // PVID
+  // Query 211 unanswered: accepted without the PVID test.
+  EXPECT_EQ(a.recv(tagged(20)), RX_FRAME_OK);
+  // Answered, leaving the VID as it is: the 12-bit VID alone is held against
+  // the PVID, whatever the priority and drop-eligible bits.
+  sim::failObject(sim::Svc::If, 1, 211, 0);
+  sim::failObject(sim::Svc::If, 1, 210, 0);
+  for (uint16_t pcp = 0; pcp < 8; ++pcp)
+    for (uint16_t dei = 0; dei < 2; ++dei)
+      for (uint16_t vid : {1, 100, 0x801}) {  // 0x801: the PVID in its low byte
+        SCOPED_TRACE(testing::Message() << "PCP " << pcp << " DEI " << dei << " VID " << vid);
+        const Counters before = Counters::of(a.port());
+        sim::clearLogLines();
+        const uint8_t rc = a.recv(tagged(static_cast<uint16_t>(pcp << 13 | dei << 12 | vid)));
+        const Counters after = Counters::of(a.port());
+        if (vid == 1) {
+          EXPECT_EQ(rc, RX_FRAME_OK);
+          EXPECT_EQ(neighbours(a.port())[0]->rxVlan, 1);
+        } else {
+          EXPECT_EQ(rc, RX_FRAME_FILTERED);
+          EXPECT_TRUE(sim::hasLine("This frame is from vlan " + std::to_string(vid) + ", port ge1 pvid is 1.\r\n"));
+          EXPECT_EQ((V{after.discarded - before.discarded, after.in - before.in}), (V{1, 0}));
+        }
+      }
 }
 
 TEST(RxFilter, PortTpidReplacesTheDefault) {
