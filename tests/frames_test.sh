@@ -1,18 +1,24 @@
 #!/usr/bin/env bash
-# Frames crafted with scapy, sent into the namespace of one agent: a good
-# LLDPDU is learnt; broken ones are refused for the right reason (the traces
-# name the counters moved); frames of the wrong destination or of the
-# broadcast mode are discarded by a standard agent; a tagged LLDPDU reaches
-# the agent with its tag (the kernel had taken it off) and is held against
-# the PVID; a neighbour with a short TTL ages out.
+# Frames crafted with scapy, sent into the namespace of one agent whose port
+# receives only: a good LLDPDU is learnt; broken ones are refused for the
+# right reason (the traces name the counters moved); frames of the wrong
+# destination or of the broadcast mode are discarded by a standard agent;
+# ordinary traffic never reaches the agent; a tagged LLDPDU reaches the agent
+# with its tag (the kernel had taken it off) and is held against the PVID
+# whatever its priority; a neighbour with a short TTL ages out; the agent
+# sends nothing all along, not even when a management Set marks its port
+# changed; its command socket has mode 0660.
 . "$(dirname "$0")/nslib.sh"
 need_netns
+need_tool tcpdump
+[ -x "$BUILD/lldpctl" ] || skip "lldpctl is not built ($BUILD/lldpctl)"
 [ -x /usr/bin/python3 ] && /usr/bin/python3 -c 'import scapy.all' 2>/dev/null || skip "needs python3-scapy"
 
 mkns a
 mkns b
 veth a va b vb
-start_agent a alpha 0x123
+capture b vb "$TMP/b.pcap"
+start_agent a alpha 0x123 "lldp.defaultportmode = rx"
 sleep 1
 
 # A good frame.
@@ -51,54 +57,68 @@ wait_for alpha "This frame is incorrectly addressed to: ff.ff.ff.ff.ff.ff" 2 5
 wait_for alpha "statsFramesInTotal will *NOT* be incremented" 2 5
 pass "frames to another destination, broadcast mode included, are discarded"
 
-# Tagged LLDPDUs: VLAN 1 (the PVID) is accepted, VLAN 100 is not.
+# Ordinary traffic, to the host, to broadcast and multicast groups and to the
+# LLDP group, untagged, tagged and double-tagged, never reaches the agent:
+# every frame that does is traced ("packet len=") and discarded. Only the
+# LLDPDU behind them may arrive.
+seen=$(count alpha "packet len=")
+VA_MAC=$(ip -n "$(nsname a)" -o link show va | sed -E 's/.*link\/ether ([0-9a-f:]+).*/\1/')
+export VA_MAC
 scapy_send b vb <<'PY'
-frames = [Ether(dst=LLDP_MC, src="02:00:00:00:00:06") / Dot1Q(vlan=1, type=0x88CC) /
-          Raw(lldpdu(b"\x02\x00\x00\x00\x00\x06", b"p6", 120)),
-          Ether(dst=LLDP_MC, src="02:00:00:00:00:07") / Dot1Q(vlan=100, type=0x88CC) /
-          Raw(lldpdu(b"\x02\x00\x00\x00\x00\x07", b"p7", 120))]
+import os
+from scapy.all import ARP, IP, IPv6, UDP
+SRC = "02:00:00:00:00:0a"
+frames = [Ether(dst=BCAST, src=SRC) / ARP(pdst="192.0.2.1"),
+          Ether(dst=os.environ["VA_MAC"], src=SRC) / IP(dst="192.0.2.1") / UDP(),
+          Ether(dst="33:33:00:00:00:01", src=SRC) / IPv6(dst="ff02::1") / UDP(),
+          Ether(dst=LLDP_MC, src=SRC) / IP(dst="192.0.2.1") / UDP(),
+          Ether(dst=BCAST, src=SRC) / Dot1Q(vlan=1) / IP(dst="192.0.2.1") / UDP(),
+          Ether(dst=LLDP_MC, src=SRC) / Dot1Q(vlan=1) / IPv6(dst="ff02::1") / UDP(),
+          Ether(dst=BCAST, src=SRC) / Dot1Q(vlan=1) / Dot1Q(vlan=2) / IP(dst="192.0.2.1") / UDP(),
+          Ether(dst=LLDP_MC, src=SRC, type=0x88CC) /
+          Raw(lldpdu(b"\x02\x00\x00\x00\x00\x0a", b"p10", 120))]
 PY
-wait_for alpha "This frame is from vlan 100, port va pvid is 1." 1 5
 wait_for alpha "New MSAP Cache Miss on portva" 2 5
-# The frame handed to the agent still carries its tag.
-grep -q -F "02 00 00 00 00 06 81 00 00 01" "$TMP/alpha.log" || fail "the tag of the VLAN 1 frame did not reach the agent"
+[ "$(count alpha "packet len=")" -eq $((seen + 1)) ] ||
+  fail "$(( $(count alpha "packet len=") - seen - 1 )) ordinary frames reached the agent"
+pass "ordinary traffic does not reach the agent"
+
+# Tagged LLDPDUs: VLAN 1 (the PVID) is accepted, whatever its priority and
+# drop-eligible bit; VLAN 100 is not, whatever its priority.
+scapy_send b vb <<'PY'
+def tagged(n, **tag):
+    mac = "02:00:00:00:00:%02x" % n
+    return (Ether(dst=LLDP_MC, src=mac) / Dot1Q(type=0x88CC, **tag) /
+            Raw(lldpdu(bytes([2, 0, 0, 0, 0, n]), b"p%d" % n, 120)))
+frames = [tagged(6, vlan=1), tagged(7, vlan=100), tagged(11, vlan=1, prio=5, id=1),
+          tagged(12, vlan=100, prio=7, id=1), tagged(13, vlan=1, prio=7)]
+PY
+wait_for alpha "This frame is from vlan 100, port va pvid is 1." 2 5
+wait_for alpha "New MSAP Cache Miss on portva" 5 5
+# The frames handed to the agent still carry their tags, priority included.
+for tag in "06 81 00 00 01" "0b 81 00 b0 01" "0d 81 00 e0 01"; do
+  grep -q -F "02 00 00 00 00 $tag" "$TMP/alpha.log" || fail "the tag $tag did not reach the agent"
+done
 sleep 0.5
-[ "$(count alpha "New MSAP Cache Miss on portva")" -eq 2 ] || fail "the VLAN 100 frame was learnt"
-pass "tagged LLDPDUs arrive tagged and are held against the PVID"
+[ "$(count alpha "New MSAP Cache Miss on portva")" -eq 5 ] || fail "a VLAN 100 frame was learnt"
+pass "tagged LLDPDUs arrive tagged and are held against the PVID, whatever their priority"
 
 # A neighbour announcing a 3 s TTL is aged out 3 s later.
 scapy_send b vb <<'PY'
 frames = [Ether(dst=LLDP_MC, src="02:00:00:00:00:08", type=0x88CC) /
           Raw(lldpdu(b"\x02\x00\x00\x00\x00\x08", b"p8", 3))]
 PY
-wait_for alpha "New MSAP Cache Miss on portva" 3 5
+wait_for alpha "New MSAP Cache Miss on portva" 6 5
 wait_for alpha "MSAP is deleted on port va" 1 6
 pass "a short-TTL neighbour ages out"
 
-# The command socket: mode 0660; an operation outside the table answers
-# 0x3E80010; the agent version (operation 1, object 1) answers either that
-# (operations not built) or the version string.
+# The command socket has mode 0660. A Set of the port's notification switch
+# marks the port changed, which would make a transmitting port send at once.
 [ "$(stat -c %a "$TMP/alpha.sock")" = 660 ] || fail "command socket mode $(stat -c %a "$TMP/alpha.sock")"
-/usr/bin/python3 - "$TMP/alpha.sock" <<'PY' || fail "command socket answers wrongly"
-import socket, struct, sys
-s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-s.settimeout(5)
-s.connect(sys.argv[1])
-MAGIC = 0x4C4C4450
-def ask(op, index, obj, flags, value, length):
-    s.sendall(struct.pack("=8I", MAGIC, 32, op, index, obj, flags, value, length))
-    hdr = b""
-    while len(hdr) < 20:
-        hdr += s.recv(20 - len(hdr))
-    magic, total, rc, val, ln = struct.unpack("=5I", hdr)
-    data = b""
-    while len(data) < total - 20:
-        data += s.recv(total - 20 - len(data))
-    assert magic == MAGIC and (ln == len(data) or not flags), (magic, ln, data)
-    return rc, data
-rc, _ = ask(200, 0, 1, 0, 0, 4)
-assert rc == 0x3E80010, hex(rc)
-rc, data = ask(1, 0, 1, 1, 0, 16)
-assert rc == 0x3E80010 or (rc == 0 and data == b"LLDP_V7.01.00.00"), (hex(rc), data)
-PY
-pass "the command socket serves the agent's table"
+unit=$(ip -n "$(nsname a)" -o link show va | cut -d: -f1)
+out=$("$BUILD/lldpctl" -s "$TMP/alpha.sock" call 7 "$unit" 2 --int 1)
+[[ "$out" == '{"result":0,'* ]] || fail "Set of the port's notification switch: $out"
+sleep 2.5
+sent=$(tcpdump -r "$TMP/b.pcap" 2>/dev/null | wc -l)
+[ "$sent" -eq 0 ] || fail "the receive-only agent sent $sent frames"
+pass "the receive-only agent sent nothing, not even after a change"
