@@ -18,16 +18,6 @@ Oid remoteIndexOid(const lldpc::RemoteIndex& i) {
   return {timeMarkTicks(i.timeMarkHigh, i.timeMarkLow), i.port, i.remIndex};
 }
 
-std::optional<lldpc::RemoteIndex> remoteIndexFromOid(const Oid& o, size_t at) {
-  uint32_t ticks = 0;
-  lldpc::RemoteIndex i;
-  IndexReader r(o, at);
-  if (!r.u32(&ticks) || !r.u32(&i.port) || !r.u32(&i.remIndex) || !r.atEnd()) return std::nullopt;
-  if (ticks % 100) return std::nullopt;
-  i.timeMarkLow = ticks / 100;
-  return i;
-}
-
 std::vector<uint8_t> bitsOf(uint16_t map16, unsigned namedBits) {
   std::vector<uint8_t> b{static_cast<uint8_t>(map16 >> 8), static_cast<uint8_t>(map16)};
   b.resize(namedBits > 8 ? 2 : 1);

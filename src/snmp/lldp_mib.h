@@ -36,9 +36,6 @@ inline const Oid kMedRemCapEntry = {1, 0, 8802, 1, 1, 2, 1, 5, 4795, 1, 3, 1, 1}
 uint32_t timeMarkTicks(uint32_t high, uint32_t low);
 // The three index sub-identifiers of a neighbour's rows.
 Oid remoteIndexOid(const lldpc::RemoteIndex& i);
-// Reads them back (the time mark as the whole seconds it stands for); nullopt
-// when the sub-identifiers from `at` on are not exactly such an index.
-std::optional<lldpc::RemoteIndex> remoteIndexFromOid(const Oid& o, size_t at);
 
 // SNMP BITS of n named bits from the agent's maps (bit k = 0x80 >> k % 8 of
 // octet k / 8, the same order): the octets that hold the named bits.

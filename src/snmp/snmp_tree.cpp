@@ -99,30 +99,6 @@ IndexWriter& IndexWriter::fixedOctets(std::span<const uint8_t> b) {
   return *this;
 }
 
-bool IndexReader::u32(uint32_t* v) {
-  if (at_ >= o_.size()) return false;
-  *v = o_[at_++];
-  return true;
-}
-
-bool IndexReader::octets(std::vector<uint8_t>* b, size_t maxLen) {
-  uint32_t len = 0;
-  if (!u32(&len) || len > maxLen) return false;
-  return fixedOctets(b, len);
-}
-
-bool IndexReader::fixedOctets(std::vector<uint8_t>* b, size_t len) {
-  if (o_.size() - at_ < len) return false;
-  b->clear();
-  for (size_t i = 0; i < len; ++i) {
-    const uint32_t x = o_[at_ + i];
-    if (x > 255) return false;
-    b->push_back(static_cast<uint8_t>(x));
-  }
-  at_ += len;
-  return true;
-}
-
 SetStatus checkValue(Value::Type type, int64_t min, int64_t max, const Value& v) {
   if (v.type != type) return SetStatus::WrongType;
   if (type == Value::Type::OctetString) {

@@ -62,7 +62,9 @@ struct VarBind {
 
 // Index sub-identifiers as SMIv2 writes them: an integer is one
 // sub-identifier; an octet string is its length and then one sub-identifier
-// per octet, or the octets alone where the index has a fixed size.
+// per octet, or the octets alone where the index has a fixed size. Indexes
+// are only ever written: a request's OID finds its row by comparison with
+// the rows' written indexes, so nothing of a request is decoded.
 class IndexWriter {
  public:
   explicit IndexWriter(Oid& out) : out_(out) {}
@@ -72,22 +74,6 @@ class IndexWriter {
 
  private:
   Oid& out_;
-};
-
-// Reads an index back; every read fails (false) past the end or on a
-// sub-identifier that cannot be what it should (an octet above 255, a
-// length that runs past the end or above `maxLen`).
-class IndexReader {
- public:
-  IndexReader(const Oid& o, size_t at) : o_(o), at_(at) {}
-  bool u32(uint32_t* v);
-  bool octets(std::vector<uint8_t>* b, size_t maxLen);
-  bool fixedOctets(std::vector<uint8_t>* b, size_t len);
-  bool atEnd() const { return at_ == o_.size(); }
-
- private:
-  const Oid& o_;
-  size_t at_;
 };
 
 // SNMP error statuses a Set can end with (RFC 3416 numbering).
