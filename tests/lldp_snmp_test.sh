@@ -147,7 +147,7 @@ snmp snmpset -c private 127.0.0.1:$PORT $LLDP.1.1.1.0 i 5 >/dev/null || fail "sn
   fail "lldpMessageTxInterval does not read 5"
 [ "$(ip netns exec "$A" "$CTL" -s "$TMP/alpha.sock" call 1 0 2 | python3 -c 'import json,sys; print(json.load(sys.stdin)["value"])')" = 5 ] ||
   fail "the agent's msgTxInterval is not 5"
-sleep 16
+sleep 17
 times=$(tshark -r "$TMP/vb.pcap" -Y lldp -T fields -e frame.time_relative 2>/dev/null)
 python3 - "$times" <<'EOF' || fail "alpha's frames after the Set: $times"
 import sys

@@ -50,6 +50,7 @@ const char* kUsage =
 
 constexpr const char* kServiceSocket = "/run/lldpagent/lldpcmd.socket";
 constexpr int kRetrySeconds = 1;
+constexpr int kEventSlice = 64;  // events handled between two looks at net-snmp's sockets
 
 volatile sig_atomic_t gStop = 0;
 void onSignal(int) { gStop = 1; }
@@ -149,6 +150,7 @@ int run(const std::string& socket, const std::string& agentx) {
   lldpc::EventStream events(socket, lldpc::EventStreamOptions{false, 0});
   using Clock = std::chrono::steady_clock;
   Clock::time_point nextOpen{};
+  bool pending = false;
   while (!gStop) {
     if (!events.isOpen() && Clock::now() >= nextOpen) {
       try {
@@ -161,12 +163,19 @@ int run(const std::string& socket, const std::string& agentx) {
         nextOpen = Clock::now() + std::chrono::seconds(kRetrySeconds);
       }
     }
-    if (!sub.poll(events.fd(), 200)) continue;
+    // A burst of events is taken in slices, so that SNMP requests are
+    // served between them; after a slice cut at its limit, the rest may
+    // already sit in the stream's buffer, so the next wait is none.
+    if (!sub.poll(events.fd(), pending ? 0 : 200) && !pending) continue;
     try {
-      // Everything the stream holds now. The stream gives up a wait below a
-      // millisecond before it reads: a few milliseconds let it read what is
-      // there, and end the burst when nothing more comes.
-      while (auto e = events.next(std::chrono::milliseconds(5))) {
+      // The stream gives up a wait below a millisecond before it reads: a
+      // few milliseconds let it read what is there, and end the burst when
+      // nothing more comes.
+      pending = false;
+      for (int k = 0; k < kEventSlice; ++k) {
+        auto e = events.next(std::chrono::milliseconds(5));
+        if (!e) break;
+        pending = k + 1 == kEventSlice;
         auto n = lldpsnmp::notificationFor(*e, src);
         if (!n) continue;
         if (sub.notify(*n))
@@ -175,6 +184,7 @@ int run(const std::string& socket, const std::string& agentx) {
           logLine(Level::Debug, "no master agent: not sent " + describe(*n));
       }
     } catch (const lldpc::Error& e) {
+      pending = false;
       events.close();
       src.noteReachable(false, e.what());
       nextOpen = Clock::now() + std::chrono::seconds(kRetrySeconds);
