@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installing: `cmake --install` and `make install PREFIX=... DESTDIR=...` put
-# the daemon, lldpctl (when built), the systemd unit, the man pages and the
-# example options file where they belong; a second install keeps an options
-# file that is already there; the unit passes `systemd-analyze verify`; every
+# the daemon, lldpctl and lldp-snmp (when built), the systemd units, the man
+# pages and the example options file where they belong; a second install keeps
+# an options file that is already there; the units pass `systemd-analyze verify`; every
 # man page renders without a warning. Writes only below its own directory.
 set -u
 ROOT=${LLDP_SOURCE_DIR:-$(cd "$(dirname "$0")/.." && pwd)}
@@ -19,6 +19,8 @@ want=(usr/sbin/lldpagent usr/share/man/man8/lldpagent.8 usr/share/man/man5/lldp.
       usr/lib/systemd/system/lldpagent.service etc/lldp/lldp.conf)
 [ -x "$BUILD/lldpctl" ] && want+=(usr/bin/lldpctl)
 [ -e "$ROOT/docs/man/lldpctl.8.in" ] && want+=(usr/share/man/man8/lldpctl.8)
+[ -x "$BUILD/lldp-snmp" ] && want+=(usr/sbin/lldp-snmp usr/share/man/man8/lldp-snmp.8
+                                    usr/lib/systemd/system/lldp-snmp.service)
 for f in "${want[@]}"; do [ -e "$D/$f" ] || fail "missing $f"; done
 got=$(cd "$D" && find . -type f | sed 's|^\./||' | sort)
 [ "$got" = "$(printf '%s\n' "${want[@]}" | sort)" ] || fail "installed tree differs: $got"
@@ -27,6 +29,11 @@ got=$(cd "$D" && find . -type f | sed 's|^\./||' | sort)
 cmp -s "$ROOT/etc/lldp.conf" "$D/etc/lldp/lldp.conf" || fail "options file differs from etc/lldp.conf"
 grep -qx 'ExecStart=/usr/sbin/lldpagent -c /etc/lldp/lldp.conf -s /run/lldpagent/lldpcmd.socket' \
   "$D/usr/lib/systemd/system/lldpagent.service" || fail "unit does not start /usr/sbin/lldpagent"
+if [ -x "$BUILD/lldp-snmp" ]; then
+  "$D/usr/sbin/lldp-snmp" --version | grep -q '^lldp-snmp ' || fail "installed lldp-snmp does not run"
+  grep -qx 'ExecStart=/usr/sbin/lldp-snmp -s /run/lldpagent/lldpcmd.socket -x unix:/var/agentx/master' \
+    "$D/usr/lib/systemd/system/lldp-snmp.service" || fail "the subagent's unit does not start /usr/sbin/lldp-snmp"
+fi
 echo "lldp.maxifnum = 4  # the operator's" >>"$D/etc/lldp/lldp.conf"
 DESTDIR=$D cmake --install "$BUILD" --prefix /usr >/dev/null 2>&1 || fail "second install"
 grep -q "the operator's" "$D/etc/lldp/lldp.conf" || fail "a second install replaced the options file"
@@ -49,6 +56,12 @@ if command -v systemd-analyze >/dev/null; then
     >"$TMP/lldpagent.service"
   out=$(systemd-analyze verify --man=no "$TMP/lldpagent.service" 2>&1) && [ -z "$out" ] ||
     fail "systemd-analyze verify: $out"
+  if [ -x "$BUILD/lldp-snmp" ]; then
+    sed "s|/usr/sbin/lldp-snmp|$D/usr/sbin/lldp-snmp|" "$D/usr/lib/systemd/system/lldp-snmp.service" \
+      >"$TMP/lldp-snmp.service"
+    out=$(systemd-analyze verify --man=no "$TMP/lldp-snmp.service" 2>&1) && [ -z "$out" ] ||
+      fail "systemd-analyze verify of lldp-snmp.service: $out"
+  fi
   score=$(systemd-analyze security --offline=yes "$TMP/lldpagent.service" 2>/dev/null | sed -n 's/.*Overall exposure level for [^:]*: //p')
   pass "systemd-analyze verify passes (security exposure: ${score:-not reported})"
 else
@@ -76,6 +89,12 @@ if command -v cpack >/dev/null && command -v dpkg-deb >/dev/null && [ -f "$BUILD
            ./usr/share/man/man8/lldpagent.8 ./usr/share/man/man5/lldp.conf.5; do
     grep -qx -- "$f" <<<"$files" || fail "package lacks $f"
   done
+  if [ -x "$BUILD/lldp-snmp" ]; then
+    for f in ./usr/sbin/lldp-snmp ./usr/lib/systemd/system/lldp-snmp.service ./usr/share/man/man8/lldp-snmp.8; do
+      grep -qx -- "$f" <<<"$files" || fail "package lacks $f"
+    done
+    dpkg-deb -f "$deb" Depends | grep -q libsnmp || fail "package does not depend on net-snmp's library"
+  fi
   [ "$(dpkg-deb -f "$deb" Package)" = lldpagent ] && dpkg-deb -f "$deb" Depends | grep -q libmnl0 ||
     fail "package control: $(dpkg-deb -f "$deb")"
   dpkg-deb --ctrl-tarfile "$deb" | tar -xO ./conffiles | grep -qx /etc/lldp/lldp.conf ||

@@ -7,7 +7,11 @@ set -euo pipefail
 
 PKGS=(build-essential make cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev
       clang libclang-rt-14-dev libmnl-dev libcap-dev libsystemd-dev nlohmann-json3-dev
-      iproute2 procps tshark python3-scapy tcpdump man-db file)
+      iproute2 procps tshark python3-scapy tcpdump man-db file
+      libsnmp-dev snmpd snmp snmptrapd)
+# The SNMP tests run their own snmpd and snmptrapd inside network namespaces:
+# Debian's services of the two are neither started nor enabled here.
+SNMP_SERVICES=(snmpd.service snmptrapd.service snmptrapd.socket)
 
 missing=()
 for p in "${PKGS[@]}"; do
@@ -23,4 +27,18 @@ export DEBIAN_FRONTEND=noninteractive
 echo "wireshark-common wireshark-common/install-setuid boolean false" | debconf-set-selections
 echo "install-deps: installing ${missing[*]}"
 apt-get update -qq
-apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# No service starts during the install (policy-rc.d answers "not now"),
+# unless the machine already has a policy of its own.
+own_policy=
+if [ ! -e /usr/sbin/policy-rc.d ]; then
+  printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
+  chmod 755 /usr/sbin/policy-rc.d
+  own_policy=1
+fi
+status=0
+apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null || status=$?
+[ -n "$own_policy" ] && rm -f /usr/sbin/policy-rc.d
+[ "$status" = 0 ] || exit "$status"
+if printf '%s\n' "${missing[@]}" | grep -qx -e snmpd -e snmptrapd && command -v systemctl >/dev/null; then
+  systemctl disable --now "${SNMP_SERVICES[@]}" >/dev/null 2>&1 || true
+fi

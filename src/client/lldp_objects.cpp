@@ -660,6 +660,10 @@ std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index) {
   return n;
 }
 
+Walk<Neighbour> neighbourFieldWalk(Client& c, RemoteFilter filter) {
+  return neighbourWalk(c, filter, kNeighbourDetail, true);
+}
+
 std::vector<Neighbour> neighboursDetail(Client& c) {
   std::vector<Neighbour> all = neighbourWalk(c, RemoteFilter::All, kNeighbourDetail, true).all();
   std::map<RemoteIndex, Neighbour*> byIndex;

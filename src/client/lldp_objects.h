@@ -311,6 +311,9 @@ std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index);
 // Every neighbour with every field and list: one round trip per neighbour
 // and per list entry.
 std::vector<Neighbour> neighboursDetail(Client& c);
+// Every neighbour with every field but without its lists (left empty; the
+// list walks below read them table by table): one round trip per neighbour.
+Walk<Neighbour> neighbourFieldWalk(Client& c, RemoteFilter filter = RemoteFilter::All);
 // One neighbour with every field and list; nullopt when it is gone.
 std::optional<Neighbour> getNeighbourDetail(Client& c, const RemoteIndex& index);
 

@@ -311,6 +311,13 @@ TEST_F(ClientObjects, NeighboursComeWholeWithTheirOwnListEntries) {
   EXPECT_EQ(indexes(RemoteFilter::MedCapable), (std::vector<uint32_t>{1}));
   EXPECT_EQ(indexes(RemoteFilter::Dot3MaxFrame), (std::vector<uint32_t>{1}));
   EXPECT_EQ(neighbours(c).all().size(), 2u);
+  // Every field without the lists, in one walk.
+  const std::vector<Neighbour> fields = neighbourFieldWalk(c).all();
+  ASSERT_EQ(fields.size(), 2u);
+  EXPECT_EQ((std::vector<uint32_t>{fields[0].dot3.maxFrameSize, fields[0].med.deviceClass, fields[1].index.port}),
+            (std::vector<uint32_t>{1522, 3, 2}));
+  EXPECT_EQ(fields[0].med.inventory.hardwareRev, "HW 2.1");
+  EXPECT_TRUE(fields[0].mgmtAddresses.empty() && fields[0].dot1.vlanNames.empty());
 
   // A neighbour that is gone reads as nothing.
   rxtest::Frame bye;
