@@ -368,6 +368,40 @@ Walk<uint32_t> portUnits(Client& c, uint32_t filter) {
                         [](WalkStep& st) { return std::optional<uint32_t>(portOfKey(st.key, 4)); });
 }
 
+std::vector<CmdPortName> portNames(Client& c) {
+  std::vector<CmdPortName> all;
+  uint32_t from = 0;
+  for (;;) {
+    const CmdReply r = c.call(bufGetRequest(kCmdOpPortNames, from, 0, 8192));
+    if (r.rc == kUnknownObject) return {};
+    if (r.rc != kOk) throw OperationError(kCmdOpPortNames, 0, r.rc);
+    std::vector<CmdPortName> part;
+    if (!cmdDecodePortNames(r.data.data(), r.data.size(), &part))
+      throw ConnectionError("operation " + std::to_string(kCmdOpPortNames) + ": malformed port names");
+    if (part.empty() || part.front().unit < from) return all;
+    from = part.back().unit + 1;
+    for (auto& p : part) all.push_back(std::move(p));
+    if (from == 0) return all;  // the last unit there is
+  }
+}
+
+std::optional<std::string> portName(Client& c, uint32_t unit) {
+  const CmdReply r = c.call(bufGetRequest(kCmdOpPortNames, unit, 0, 8 + kCmdPortNameMax));
+  if (r.rc == kUnknownObject) return std::nullopt;
+  if (r.rc != kOk) throw OperationError(kCmdOpPortNames, 0, r.rc);
+  std::vector<CmdPortName> part;
+  if (!cmdDecodePortNames(r.data.data(), r.data.size(), &part))
+    throw ConnectionError("operation " + std::to_string(kCmdOpPortNames) + ": malformed port names");
+  if (part.empty() || part.front().unit != unit) return std::nullopt;
+  return part.front().name;
+}
+
+std::optional<uint32_t> agentUptime(Client& c) {
+  const CmdReply r = c.call(intRequest(kCmdOpPortNames, 0, 0));
+  if (r.rc != kOk) return std::nullopt;
+  return r.value;
+}
+
 std::optional<PortInfo> getPort(Client& c, uint32_t unit) {
   PortInfo p;
   p.unit = unit;
