@@ -686,6 +686,32 @@ Walk<Neighbour> neighbours(Client& c, RemoteFilter filter) {
   return neighbourWalk(c, filter, kNeighbourBasic, false);
 }
 
+Walk<Neighbour> neighboursBrief(Client& c, RemoteFilter filter) {
+  const auto [first, next] = remoteWalkOps(filter);
+  WalkPlan s(first, next);
+  // The basic fields, then a GetNext of the management-address table from
+  // the record's index and an entry key of zeros, which is below every
+  // address: it answers the record's first address, or one of a later record.
+  s.extra = [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
+    fieldRequests(kNeighbourBasic, op::kRemSysGet, 0, &key, out);
+    std::vector<uint8_t> index16(key.begin(), key.begin() + std::min<size_t>(16, key.size()));
+    out.push_back(withKey(intRequest(op::kRemManAddr + 1, 0, 0), std::move(index16)));
+  };
+  return Walk<Neighbour>(c, std::move(s), [](WalkStep& st) -> std::optional<Neighbour> {
+    Neighbour n;
+    n.index = RemoteIndex::fromKey(st.key);
+    if (!fieldApply(kNeighbourBasic, op::kRemSysGet, st.replies, 0, n)) return std::nullopt;
+    const CmdReply& addr = st.replies[kBasicFields];
+    std::vector<uint8_t> index16(st.key.begin(), st.key.begin() + std::min<size_t>(16, st.key.size()));
+    if (addr.rc == kOk && sameRecord(addr.key, index16)) {
+      RemoteMgmtAddress a;
+      keyMgmtAddr(a, addr.key);
+      n.mgmtAddresses.push_back(std::move(a));
+    }
+    return n;
+  });
+}
+
 std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index) {
   Neighbour n;
   n.index = index;

@@ -316,6 +316,10 @@ struct Neighbour {
 Walk<RemoteIndex> neighbourIndexes(Client& c, RemoteFilter filter = RemoteFilter::All);
 // Neighbours with their basic fields (one round trip per neighbour).
 Walk<Neighbour> neighbours(Client& c, RemoteFilter filter = RemoteFilter::All);
+// Neighbours with their basic fields and their first management address
+// (mgmtAddresses holds that one at most, its address only): one round trip
+// per neighbour, as neighbours().
+Walk<Neighbour> neighboursBrief(Client& c, RemoteFilter filter = RemoteFilter::All);
 // One neighbour with its basic fields; nullopt when it is gone.
 std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index);
 // Every neighbour with every field and list: one round trip per neighbour
