@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "client/lldp_client.h"
+#include "show.h"
 
 namespace lldpctl {
 
@@ -18,6 +19,7 @@ namespace {
 // The verbs. Each one's usage text starts with its synopsis; main's help
 // lists them all.
 const Verb kVerbs[] = {
+    {"show", verbShow, kShowUsage, true},
     {"call", verbCall, kCallUsage},
 };
 
