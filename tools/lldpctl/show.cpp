@@ -90,8 +90,8 @@ Json statsJson(const lldpc::PortStats& s, const std::optional<uint32_t>& upTime)
   j["tlvs_discarded"] = s.tlvsDiscarded;
   j["tlvs_unrecognised"] = s.tlvsUnrecognised;
   j["ageouts"] = s.ageouts;
-  j["neighbors"] = s.neighbours;
-  j["med_neighbors"] = s.medNeighbours;
+  j["neighbor_count"] = s.neighbours;
+  j["med_neighbor_count"] = s.medNeighbours;
   j["cleared_at_uptime_seconds"] = s.countersCleared;
   j["seconds_since_cleared"] = sinceJson(s.countersCleared, upTime);
   return j;
@@ -109,6 +109,17 @@ Json dot3Tlvs(uint32_t map, uint32_t width) {
 Json medTlvs(uint16_t map) {
   return bitNames(map, 16, {"capabilities", "network_policy", "location", "extended_power_pse",
                             "extended_power_pd", "inventory"});
+}
+
+// A port's TLV maps, by family.
+Json tlvMaps(uint8_t basic, uint8_t dot1, uint8_t dot3, uint16_t med, uint16_t priv) {
+  Json j;
+  j["basic"] = basicTlvs(basic);
+  j["dot1"] = dot1Tlvs(dot1, 8);
+  j["dot3"] = dot3Tlvs(dot3, 8);
+  j["med"] = medTlvs(med);
+  j["private"] = privateTlvs(priv);
+  return j;
 }
 
 }  // namespace
@@ -209,13 +220,7 @@ int showLocal(const Common& common, const std::vector<std::string>& args) {
     j["port_id_subtype"] = portSubtypeName(p.portIdSubtype);
     j["port_id"] = p.portId ? Json(idText(false, p.portIdSubtype, *p.portId)) : Json(nullptr);
     j["port_description"] = p.portDescr ? Json(*p.portDescr) : Json(nullptr);
-    Json tlvs;
-    tlvs["basic"] = basicTlvs(p.basicEnabled);
-    tlvs["dot1"] = dot1Tlvs(p.dot1Enabled, 8);
-    tlvs["dot3"] = dot3Tlvs(p.dot3Enabled, 8);
-    tlvs["med"] = medTlvs(p.medEnabled);
-    tlvs["private"] = privateTlvs(p.privEnabled);
-    j["tlvs_sent"] = tlvs;
+    j["tlvs_sent"] = tlvMaps(p.basicEnabled, p.dot1Enabled, p.dot3Enabled, p.medEnabled, p.privEnabled);
     j["management_addresses"] = portAddrs.count(p.unit) ? portAddrs[p.unit] : Json::array();
     ports.push_back(j);
   }
@@ -258,18 +263,10 @@ int showPorts(const Common& common, const std::vector<std::string>& args) {
     j["admin_status"] = adminStatusName(p->adminStatus);
     j["notifications"] = truth(p->notifications);
     j["med_notifications"] = truth(p->medNotifications);
-    Json tlvs;
-    tlvs["basic_supported"] = basicTlvs(p->basicSupported);
-    tlvs["basic_enabled"] = basicTlvs(p->basicEnabled);
-    tlvs["dot1_supported"] = dot1Tlvs(p->dot1Supported, 8);
-    tlvs["dot1_enabled"] = dot1Tlvs(p->dot1Enabled, 8);
-    tlvs["dot3_supported"] = dot3Tlvs(p->dot3Supported, 8);
-    tlvs["dot3_enabled"] = dot3Tlvs(p->dot3Enabled, 8);
-    tlvs["med_supported"] = medTlvs(p->medSupported);
-    tlvs["med_enabled"] = medTlvs(p->medEnabled);
-    tlvs["private_supported"] = privateTlvs(p->privSupported);
-    tlvs["private_enabled"] = privateTlvs(p->privEnabled);
-    j["tlvs"] = tlvs;
+    j["tlvs_supported"] = tlvMaps(p->basicSupported, p->dot1Supported, p->dot3Supported, p->medSupported,
+                                  p->privSupported);
+    j["tlvs_enabled"] =
+        tlvMaps(p->basicEnabled, p->dot1Enabled, p->dot3Enabled, p->medEnabled, p->privEnabled);
     j["port_id_subtype"] = portSubtypeName(p->portIdSubtype);
     j["port_id"] = p->portId ? Json(idText(false, p->portIdSubtype, *p->portId)) : Json(nullptr);
     j["pvid"] = p->pvid ? Json(*p->pvid) : Json(nullptr);
@@ -365,7 +362,7 @@ int showStatistics(const Common& common, const std::vector<std::string>& args) {
                 << std::setw(9) << p["frames_out"].dump() << std::setw(9) << p["frames_in"].dump() << std::setw(7)
                 << p["frames_in_errors"].dump() << std::setw(7) << p["frames_discarded"].dump() << std::setw(7)
                 << p["tlvs_discarded"].dump() << std::setw(7) << p["tlvs_unrecognised"].dump() << std::setw(6)
-                << p["ageouts"].dump() << std::setw(5) << p["neighbors"].dump() << "  "
+                << p["ageouts"].dump() << std::setw(5) << p["neighbor_count"].dump() << "  "
                 << (p["seconds_since_cleared"].is_number() ? durationText(p["seconds_since_cleared"].get<uint64_t>())
                                                           : std::string("?"))
                 << "\n";

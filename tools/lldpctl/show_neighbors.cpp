@@ -151,7 +151,7 @@ Json medJson(const lldpc::Neighbour::Med& m) {
     p["source"] = pse ? nameOf(m.powerSource, {{1, "unknown"}, {2, "primary"}, {3, "backup"}})
                       : nameOf(m.powerSource, {{1, "unknown"}, {2, "pse"}, {3, "local"}, {4, "pse_and_local"}});
     p["priority"] = nameOf(m.powerPriority, {{1, "unknown"}, {2, "critical"}, {3, "high"}, {4, "low"}});
-    p["watts"] = m.powerValue / 10.0;
+    p["power_watts"] = m.powerValue / 10.0;
     j["power"] = p;
   }
   j["inventory"] = bit16(m.tlvs, 5) ? inventoryJson(m.inventory) : Json(nullptr);

@@ -298,8 +298,9 @@ std::string labelOf(const std::string& key) {
     size_t end = key.find('_', start);
     if (end == std::string::npos) end = key.size();
     std::string w = key.substr(start, end - start);
+    const bool last = end == key.size();
     for (const auto& [k, v] : kWords)
-      if (w == k) w = v;
+      if (w == k && (last || (w != "seconds" && w != "watts"))) w = v;
     if (out.empty() && !w.empty() && w[0] >= 'a' && w[0] <= 'z') w[0] = static_cast<char>(w[0] - 'a' + 'A');
     if (!out.empty()) out += ' ';
     out += w;
