@@ -82,10 +82,19 @@ int hexDigit(char c) {
 
 }  // namespace
 
-void printUsageError(const std::string& message, const char* usage) {
-  std::cerr << "lldpctl: " << message << "\n"
-            << "usage: lldpctl " << synopsis(usage)
-            << "(lldpctl " << std::string(usage).substr(0, std::string(usage).find_first_of(" \n"))
+void printUsageError(const std::string& message, const char* usage, const std::string& command) {
+  const std::string u = usage;
+  const std::string syn = synopsis(usage);
+  std::cerr << "lldpctl: " << message << "\n";
+  size_t start = 0;
+  for (size_t nl; (nl = syn.find('\n', start)) != std::string::npos; start = nl + 1) {
+    // Continuation lines of a synopsis are indented; each other line is a
+    // command of its own.
+    const bool continued = syn[start] == ' ';
+    std::cerr << (start == 0 ? "usage: lldpctl " : continued ? "               " : "       lldpctl ")
+              << syn.substr(start, nl + 1 - start);
+  }
+  std::cerr << "(lldpctl " << (command.empty() ? u.substr(0, u.find_first_of(" \n")) : command)
             << " --help says more)\n";
 }
 

@@ -43,8 +43,9 @@ struct Verb {
   const char* usage;
   bool ownHelp = false;
 };
-// Prints a usage error's message and a synopsis the way main does.
-void printUsageError(const std::string& message, const char* usage);
+// Prints a usage error's message and a synopsis the way main does; the
+// closing hint names `command` (by default the usage's first word).
+void printUsageError(const std::string& message, const char* usage, const std::string& command = "");
 
 // ---- Ports by name ---------------------------------------------------------------
 // Operators name ports by their interface name ("eth1", "swp3", "2/eth1" for

@@ -125,8 +125,11 @@ Json tlvMaps(uint8_t basic, uint8_t dot1, uint8_t dot3, uint16_t med, uint16_t p
 }  // namespace
 
 const char* const kShowUsage =
-    "show neighbors [PORT...] [brief|detail] | show local | show ports [PORT...]\n"
-    "     | show statistics [PORT...] | show config\n"
+    "show neighbors [PORT...] [brief|detail]\n"
+    "show local\n"
+    "show ports [PORT...]\n"
+    "show statistics [PORT...]\n"
+    "show config\n"
     "\n"
     "lldpctl show COMMAND --help says more of each.\n";
 
@@ -150,7 +153,7 @@ int verbShow(const Common& common, const std::vector<std::string>& args) {
     return sub->run(common, rest);
   } catch (UsageError& e) {
     if (e.synopsis) {
-      printUsageError(e.message, (std::string("show ") + sub->usage).c_str());
+      printUsageError(e.message, (std::string("show ") + sub->usage).c_str(), std::string("show ") + sub->name);
       return kExitUsage;
     }
     throw;
