@@ -64,7 +64,10 @@ std::string durationText(uint64_t seconds);
 // "- " items; nulls and empty lists are left out.
 void renderText(std::ostream& out, const Json& obj, int indent);
 std::string labelOf(const std::string& key);
-// A cell of a brief table: cut to `width` columns, ".." marking the cut.
+// Text a neighbour sent, for a terminal: control characters become '?'.
+std::string printable(std::string s);
+// A cell of a brief table (printable): cut to `width` columns, ".." marking
+// the cut.
 std::string cell(const std::string& s, size_t width);
 void printJson(const Json& doc);
 // Prints the document (json) or calls the text printer.

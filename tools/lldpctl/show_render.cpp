@@ -278,7 +278,14 @@ void printJson(const Json& doc) {
   std::cout << doc.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
-std::string cell(const std::string& s, size_t width) {
+std::string printable(std::string s) {
+  for (char& ch : s)
+    if (static_cast<unsigned char>(ch) < 0x20 || ch == 0x7f) ch = '?';
+  return s;
+}
+
+std::string cell(const std::string& raw, size_t width) {
+  const std::string s = printable(raw);
   if (s.size() <= width) return s;
   if (width <= 2) return s.substr(0, width);
   return s.substr(0, width - 2) + "..";
@@ -312,7 +319,7 @@ std::string labelOf(const std::string& key) {
 namespace {
 
 std::string scalarText(const Json& v) {
-  if (v.is_string()) return v.get<std::string>();
+  if (v.is_string()) return printable(v.get<std::string>());
   if (v.is_boolean()) return v.get<bool>() ? "yes" : "no";
   if (v.is_number_float()) {
     char buf[32];
