@@ -69,8 +69,8 @@ void noArguments(const std::vector<std::string>& args, const char* what) {
   if (!args.empty()) throw UsageError{std::string("show ") + what + " takes no argument ('" + args[0] + "')"};
 }
 
-// "3d 04:05:06 ago" for an up-time stamp, or the stamp itself when the agent's
-// up-time is unknown.
+// Seconds since an up-time stamp of the agent; null when its up-time is
+// unknown (a platform without operation 1001).
 Json sinceJson(uint32_t stamp, const std::optional<uint32_t>& upTime) {
   if (!upTime || *upTime < stamp) return nullptr;
   return *upTime - stamp;

@@ -2,7 +2,6 @@
 // neighbour, the first management address read in the same round trip) and
 // the detailed view (every field and every list, grouped by TLV family).
 #include <algorithm>
-#include <iomanip>
 #include <iostream>
 
 #include "show.h"
