@@ -187,8 +187,6 @@ int showLocal(const Common& common, const std::vector<std::string>& args) {
   doc["chassis_id"] = sys.chassisId ? Json(idText(true, sys.chassisIdSubtype, *sys.chassisId)) : Json(nullptr);
   doc["system_name"] = sys.sysName ? Json(*sys.sysName) : Json(nullptr);
   doc["system_description"] = sys.sysDescr ? Json(*sys.sysDescr) : Json(nullptr);
-  // The agent keeps these maps in the order of the TLV: bit n of the value
-  // is capability n.
   doc["capabilities_supported"] = capabilityNames(sys.capSupported);
   doc["capabilities_enabled"] = capabilityNames(sys.capEnabled);
   Json addrs = Json::array();
