@@ -11,7 +11,10 @@
 # and after, and the difference per neighbour: what a neighbour costs the
 # process, heap overhead and fragmentation included. Then it runs the
 # neighbour walk and the single Get of client_bench against the agent's
-# command socket.
+# command socket, and times lldpctl's views of the whole table (each the best
+# and the median of 5 runs, wall clock, output to /dev/null):
+# `lldpctl -f json show neighbors` (the figure to hold under 0.5 s), the brief
+# text table and `-f json show neighbors detail`.
 #
 # Environment: BUILD (build), N (10000), PPS (20000). Frames go only between
 # the namespaces made here, which are removed on exit.
@@ -114,3 +117,22 @@ printf 'agent RssAnon: %d KiB before, %d KiB with %d neighbours: %d bytes per ne
 ip netns exec "$NS_A" env LLDP_BENCH_SOCKET="$SOCK" "$BENCH" \
   --benchmark_filter='BM_ScalarGet|BM_NeighbourWalk' --benchmark_repetitions=5 \
   --benchmark_report_aggregates_only=true
+
+# lldpctl over the whole table.
+# time_views ARGS...: the best and the median of 5 runs, in seconds.
+time_views() {
+  local runs=() t0 t1 i
+  for i in 1 2 3 4 5; do
+    t0=$(date +%s%N)
+    ctl "$@" >/dev/null || die "lldpctl $* failed"
+    t1=$(date +%s%N)
+    runs+=($(( (t1 - t0) / 1000000 )))
+  done
+  printf '%s\n' "${runs[@]}" | sort -n | awk -v what="lldpctl $*" -v n="$have" \
+    '{ms[NR] = $1} END {printf "%s, %d neighbours: best %.3f s, median %.3f s (5 runs)\n", what, n, ms[1] / 1000, ms[3] / 1000}'
+}
+count=$(ctl -f json show neighbors | python3 -c 'import json,sys; print(len(json.load(sys.stdin)["neighbors"]))')
+[ "$count" -eq "$have" ] || die "lldpctl -f json show neighbors listed $count neighbours, not $have"
+time_views -f json show neighbors
+time_views show neighbors
+time_views -f json show neighbors detail

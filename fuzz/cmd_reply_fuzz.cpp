@@ -1,7 +1,8 @@
 // What a client reads from the command socket: replies (to a request of each
 // form) and events, decoded by the shared framing code as the client library
-// does, and the event payloads it decodes further. Every decoder must stay
-// inside the bytes it was given and only accept what it can re-encode.
+// does, the event payloads it decodes further and the platform's port-name
+// records. Every decoder must stay inside the bytes it was given and only
+// accept what it can re-encode.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -36,6 +37,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                       static_cast<uint32_t>(r.data.size()));
     check(again.size() == static_cast<size_t>(used));
     check(std::equal(again.begin(), again.end(), p + off));
+    // A buffer reply read as the platform's port names (operation 1001).
+    std::vector<CmdPortName> names;
+    if (cmdDecodePortNames(r.data.data(), r.data.size(), &names)) {
+      std::vector<uint8_t> b;
+      for (const auto& pn : names) check(cmdAddPortName(b, pn, r.data.size()));
+      check(b == r.data);
+    }
     off += static_cast<size_t>(used);
   }
   off = 0;

@@ -2,7 +2,8 @@
 // coordinate text (text -> LCI -> text) and its first 16 octets as a received
 // LCI (LCI -> text). Nothing is read past the input, every text the agent
 // writes is one it accepts again, and it reads back unchanged unless a value
-// was printed rounded up to the first magnitude its field cannot hold.
+// was printed rounded up to the first magnitude its field cannot hold. The
+// input is also read as a civic address LCI.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -63,5 +64,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::vector<uint8_t> raw(data, data + LLDP_LCI_LEN);
     checkStable(back, decodeChecked(raw.data(), back));
   }
+  // The input as a received civic address: the elements taken are inside
+  // it, each with its two header octets.
+  LldpCivic civic;
+  lldpCivicDecode(text.data(), static_cast<uint32_t>(text.size()), &civic);
+  size_t used = civic.elements.empty() && civic.country.empty() ? 0 : 4;
+  for (const auto& e : civic.elements) used += 2 + e.value.size();
+  if (used > size) std::abort();
   return 0;
 }

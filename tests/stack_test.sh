@@ -5,7 +5,8 @@
 #     n1 [to-u1] ---- [to-n1] u1 ==stack== u2 [to-n2] ---- [to-u2] n2
 #
 # Read with lldpctl call (remote walk 19/20, record fields 21): each unit
-# lists both neighbours, the other unit's on that unit's port; a Set of the
+# lists both neighbours, the other unit's on that unit's port (and lldpctl
+# show neighbors finds them by the ports' stack names); a Set of the
 # transmit interval on u1 reaches u2; u2 restarted gets u1's neighbour back
 # within seconds; n1 gone silent ages out on u1 and on u2.
 #
@@ -91,6 +92,24 @@ wait_table u2 10 "$P1 n1" "$P2 n2"
 port=$(field hex "$(ctl u2 call 6 "$P1" 6 --size 64)")
 [ "$port" = "$(printf 1/to-n1 | od -An -tx1 | tr -d ' \n')" ] || fail "u1's port on u2 is '$port'"
 pass "each unit lists n1 on u1's port $P1 and n2 on u2's port $P2 after ${first}s (u1's port is 1/to-n1 on u2)"
+
+# lldpctl names ports the same way: the other unit's as UNIT/NAME, this
+# unit's by its interface name or as UNIT/NAME.
+# shown AGENT PORT: "LOCAL-PORT LOCAL-UNIT SYSTEM-NAME" of each neighbour that
+# lldpctl show neighbors PORT lists.
+shown() {
+  ctl "$1" -f json show neighbors "$2" | python3 -c '
+import json, sys
+for n in json.load(sys.stdin)["neighbors"]:
+    print(n["local_port"], n["local_unit"], n["system_name"])'
+}
+[ "$(shown u2 1/to-n1)" = "1/to-n1 $P1 n1" ] || fail "u2: show neighbors 1/to-n1 gave '$(shown u2 1/to-n1)'"
+[ "$(shown u2 to-n2)" = "to-n2 $P2 n2" ] || fail "u2: show neighbors to-n2 gave '$(shown u2 to-n2)'"
+[ "$(shown u2 2/to-n2)" = "to-n2 $P2 n2" ] || fail "u2: show neighbors 2/to-n2 gave '$(shown u2 2/to-n2)'"
+[ "$(shown u1 "$P2")" = "2/to-n2 $P2 n2" ] || fail "u1: show neighbors $P2 gave '$(shown u1 "$P2")'"
+err=$(ctl u1 show neighbors 3/to-n1 2>&1 >/dev/null)
+[ "$err" = "lldpctl: no port 3/to-n1" ] || fail "u1: a port of a unit that is not there: '$err'"
+pass "lldpctl names the other unit's port 1/to-n1, its own to-n2 or 2/to-n2, and takes unit numbers"
 
 set_scalar u1 2 7
 end=$(( $(date +%s) + 5 ))

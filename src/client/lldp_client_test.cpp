@@ -18,6 +18,7 @@
 #include <thread>
 
 #include "client/lldp_events.h"
+#include "client/lldp_objects.h"
 #include "platform/icm.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/trap.h"
@@ -432,6 +433,70 @@ TEST(ClientCall, AnUnreachableSocketNamesItsPath) {
     }
   }
   ::unlink(stale.c_str());
+}
+
+// ---- Port names (the platform's own operation) ----------------------------------
+
+TEST(ClientFraming, PortNameRecordsDecodeOnlyWhenWholeAndInOrder) {
+  Bytes b;
+  ASSERT_TRUE(cmdAddPortName(b, {3, "eth0"}, 100));
+  ASSERT_TRUE(cmdAddPortName(b, {0x20005, "2/swp12"}, 100));
+  EXPECT_FALSE(cmdAddPortName(b, {7, "x"}, b.size() + 8));  // a record that does not fit
+  EXPECT_FALSE(cmdAddPortName(b, {7, ""}, 100));
+  EXPECT_FALSE(cmdAddPortName(b, {7, std::string(kCmdPortNameMax + 1, 'n')}, 1000));
+  std::vector<CmdPortName> v;
+  ASSERT_TRUE(cmdDecodePortNames(b.data(), b.size(), &v));
+  ASSERT_EQ(v.size(), 2u);
+  EXPECT_EQ(v[1].unit, 0x20005u);
+  EXPECT_EQ(v[1].name, "2/swp12");
+  const std::vector<CmdPortName> before = {{9, "keep"}};
+  for (size_t cut = 1; cut < b.size(); ++cut) {  // every truncation is refused
+    v = before;
+    if (cut == 12) continue;                       // the first record alone is whole
+    EXPECT_FALSE(cmdDecodePortNames(b.data(), cut, &v)) << cut;
+    EXPECT_EQ(v[0].name, "keep");
+  }
+  Bytes outOfOrder, longName = b;
+  cmdAddPortName(outOfOrder, {5, "a"}, 100);
+  cmdAddPortName(outOfOrder, {5, "b"}, 100);
+  EXPECT_FALSE(cmdDecodePortNames(outOfOrder.data(), outOfOrder.size(), &v));
+  longName[4] = 0xff;  // a length past the bytes
+  EXPECT_FALSE(cmdDecodePortNames(longName.data(), longName.size(), &v));
+}
+
+TEST(ClientObjects, PortNamesComeFromTheLinkTableInPagesWithTheUpTime) {
+  const std::string path = tmpPath("names");
+  std::string why;
+  const int lfd = lnx::cmdListen(path, &why);
+  ASSERT_GE(lfd, 0) << why;
+  std::thread([lfd] {
+    lnx::cmdServe(lfd, kTable, sizeof kTable / sizeof kTable[0], {{kCmdOpPortNames, lnx::portNamesServe}});
+  }).detach();
+  Client c(path);
+  EXPECT_TRUE(portNames(c).empty());
+  // More ports than one reply's page holds, among interfaces that are not
+  // ports and a port that is gone.
+  lnx::linkTableClear();
+  for (uint32_t i = 1; i <= 600; ++i) {
+    lnx::Link l;
+    l.ifindex = i;
+    l.name = "port-with-a-long-name-" + std::to_string(i);
+    l.isPort = i % 100 != 0;
+    lnx::linkPut(l);
+  }
+  lnx::linkMarkGone(7);
+  const auto names = portNames(c);
+  ASSERT_EQ(names.size(), 600u - 6 - 1);
+  EXPECT_EQ(names.front().unit, 1u);
+  EXPECT_EQ(names.back().name, "port-with-a-long-name-599");
+  for (size_t i = 1; i < names.size(); ++i) EXPECT_LT(names[i - 1].unit, names[i].unit);
+  EXPECT_EQ(portName(c, 250).value_or(""), "port-with-a-long-name-250");
+  EXPECT_FALSE(portName(c, 300));  // not a port
+  EXPECT_FALSE(portName(c, 7));    // gone
+  EXPECT_FALSE(portName(c, 601));
+  EXPECT_TRUE(agentUptime(c).has_value());
+  lnx::linkTableClear();
+  ::unlink(path.c_str());
 }
 
 // ---- Event stream ----------------------------------------------------------------

@@ -368,6 +368,40 @@ Walk<uint32_t> portUnits(Client& c, uint32_t filter) {
                         [](WalkStep& st) { return std::optional<uint32_t>(portOfKey(st.key, 4)); });
 }
 
+std::vector<CmdPortName> portNames(Client& c) {
+  std::vector<CmdPortName> all;
+  uint32_t from = 0;
+  for (;;) {
+    const CmdReply r = c.call(bufGetRequest(kCmdOpPortNames, from, 0, 8192));
+    if (r.rc == kUnknownObject) return {};
+    if (r.rc != kOk) throw OperationError(kCmdOpPortNames, 0, r.rc);
+    std::vector<CmdPortName> part;
+    if (!cmdDecodePortNames(r.data.data(), r.data.size(), &part))
+      throw ConnectionError("operation " + std::to_string(kCmdOpPortNames) + ": malformed port names");
+    if (part.empty() || part.front().unit < from) return all;
+    from = part.back().unit + 1;
+    for (auto& p : part) all.push_back(std::move(p));
+    if (from == 0) return all;  // the last unit there is
+  }
+}
+
+std::optional<std::string> portName(Client& c, uint32_t unit) {
+  const CmdReply r = c.call(bufGetRequest(kCmdOpPortNames, unit, 0, 8 + kCmdPortNameMax));
+  if (r.rc == kUnknownObject) return std::nullopt;
+  if (r.rc != kOk) throw OperationError(kCmdOpPortNames, 0, r.rc);
+  std::vector<CmdPortName> part;
+  if (!cmdDecodePortNames(r.data.data(), r.data.size(), &part))
+    throw ConnectionError("operation " + std::to_string(kCmdOpPortNames) + ": malformed port names");
+  if (part.empty() || part.front().unit != unit) return std::nullopt;
+  return part.front().name;
+}
+
+std::optional<uint32_t> agentUptime(Client& c) {
+  const CmdReply r = c.call(intRequest(kCmdOpPortNames, 0, 0));
+  if (r.rc != kOk) return std::nullopt;
+  return r.value;
+}
+
 std::optional<PortInfo> getPort(Client& c, uint32_t unit) {
   PortInfo p;
   p.unit = unit;
@@ -650,6 +684,32 @@ Walk<RemoteIndex> neighbourIndexes(Client& c, RemoteFilter filter) {
 
 Walk<Neighbour> neighbours(Client& c, RemoteFilter filter) {
   return neighbourWalk(c, filter, kNeighbourBasic, false);
+}
+
+Walk<Neighbour> neighboursBrief(Client& c, RemoteFilter filter) {
+  const auto [first, next] = remoteWalkOps(filter);
+  WalkPlan s(first, next);
+  // The basic fields, then a GetNext of the management-address table from
+  // the record's index and an entry key of zeros, which is below every
+  // address: it answers the record's first address, or one of a later record.
+  s.extra = [](const std::vector<uint8_t>& key, std::vector<CmdRequest>& out) {
+    fieldRequests(kNeighbourBasic, op::kRemSysGet, 0, &key, out);
+    std::vector<uint8_t> index16(key.begin(), key.begin() + std::min<size_t>(16, key.size()));
+    out.push_back(withKey(intRequest(op::kRemManAddr + 1, 0, 0), std::move(index16)));
+  };
+  return Walk<Neighbour>(c, std::move(s), [](WalkStep& st) -> std::optional<Neighbour> {
+    Neighbour n;
+    n.index = RemoteIndex::fromKey(st.key);
+    if (!fieldApply(kNeighbourBasic, op::kRemSysGet, st.replies, 0, n)) return std::nullopt;
+    const CmdReply& addr = st.replies[kBasicFields];
+    std::vector<uint8_t> index16(st.key.begin(), st.key.begin() + std::min<size_t>(16, st.key.size()));
+    if (addr.rc == kOk && sameRecord(addr.key, index16)) {
+      RemoteMgmtAddress a;
+      keyMgmtAddr(a, addr.key);
+      n.mgmtAddresses.push_back(std::move(a));
+    }
+    return n;
+  });
 }
 
 std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index) {

@@ -123,6 +123,16 @@ void setPortInt(Client& c, uint32_t unit, uint32_t object, uint32_t value);
 void setPortBytes(Client& c, uint32_t unit, uint32_t object, const std::vector<uint8_t>& bytes);
 void clearPortCounters(Client& c, uint32_t unit);
 
+// The platform's names of the ports ("eth1", "2/eth1" for a port of stack
+// unit 2), in unit order; empty when the agent's platform names none (it
+// does not serve kCmdOpPortNames).
+std::vector<CmdPortName> portNames(Client& c);
+// One port's name; nullopt when the platform names no such port.
+std::optional<std::string> portName(Client& c, uint32_t unit);
+// The agent's up-time in seconds, the clock of its time marks and clearing
+// times; nullopt when the platform does not tell it.
+std::optional<uint32_t> agentUptime(Client& c);
+
 // VLAN lists of the port objects 27-31: bit n of the map stands for VLAN n + 1.
 std::vector<uint8_t> vlanMap(const std::vector<uint16_t>& vlans);
 std::vector<uint16_t> vlanList(const std::vector<uint8_t>& map);
@@ -306,6 +316,10 @@ struct Neighbour {
 Walk<RemoteIndex> neighbourIndexes(Client& c, RemoteFilter filter = RemoteFilter::All);
 // Neighbours with their basic fields (one round trip per neighbour).
 Walk<Neighbour> neighbours(Client& c, RemoteFilter filter = RemoteFilter::All);
+// Neighbours with their basic fields and their first management address
+// (mgmtAddresses holds that one at most, its address only): one round trip
+// per neighbour, as neighbours().
+Walk<Neighbour> neighboursBrief(Client& c, RemoteFilter filter = RemoteFilter::All);
 // One neighbour with its basic fields; nullopt when it is gone.
 std::optional<Neighbour> getNeighbour(Client& c, const RemoteIndex& index);
 // Every neighbour with every field and list: one round trip per neighbour

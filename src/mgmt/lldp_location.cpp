@@ -171,13 +171,20 @@ uint32_t lldpLocationEncode(const uint8_t* text, uint32_t len, uint8_t lci[LLDP_
   return 0;
 }
 
+void lldpLocationFields(const uint8_t lci[LLDP_LCI_LEN], LldpLciFields* out) {
+  out->latitude = hex2double(getBits(lci, kLatAt, kAngleInt + kAngleFrac), kAngleInt, kAngleFrac);
+  out->longitude = hex2double(getBits(lci, kLonAt, kAngleInt + kAngleFrac), kAngleInt, kAngleFrac);
+  out->altitude = hex2double(getBits(lci, kAltAt, kAltInt + kAltFrac), kAltInt, kAltFrac);
+  out->altitudeType = static_cast<uint32_t>(getBits(lci, kAltTypeAt, 4));
+  out->datum = static_cast<uint32_t>(getBits(lci, kDatumAt, 8));
+}
+
 uint32_t lldpLocationDecode(const uint8_t lci[LLDP_LCI_LEN], char* text, uint32_t size) {
   if (lci == nullptr || text == nullptr || size == 0) return 0;
-  const double lat = hex2double(getBits(lci, kLatAt, kAngleInt + kAngleFrac), kAngleInt, kAngleFrac);
-  const double lon = hex2double(getBits(lci, kLonAt, kAngleInt + kAngleFrac), kAngleInt, kAngleFrac);
-  const double alt = hex2double(getBits(lci, kAltAt, kAltInt + kAltFrac), kAltInt, kAltFrac);
-  const auto altType = static_cast<uint32_t>(getBits(lci, kAltTypeAt, 4));
-  const auto datum = static_cast<uint32_t>(getBits(lci, kDatumAt, 8));
+  LldpLciFields f;
+  lldpLocationFields(lci, &f);
+  const double lat = f.latitude, lon = f.longitude, alt = f.altitude;
+  const uint32_t altType = f.altitudeType, datum = f.datum;
   const char* datumText = datum == 1 ? "wgs84," : datum == 2 ? "nad83," : datum == 3 ? "nad83-mllw," : "";
   // Every value is bounded by its field, so the text fits LLDP_LOC_TEXT_ROOM.
   char out[LLDP_LOC_TEXT_ROOM];
@@ -191,4 +198,62 @@ uint32_t lldpLocationDecode(const uint8_t lci[LLDP_LCI_LEN], char* text, uint32_
   std::memcpy(text, out, len);
   text[len] = '\0';
   return len;
+}
+
+bool lldpCivicDecode(const uint8_t* data, uint32_t n, LldpCivic* out) {
+  *out = LldpCivic{};
+  // Length octet, what, two country letters.
+  if (data == nullptr || n < 4) return false;
+  const uint32_t end = 1u + data[0] < n ? 1u + data[0] : n;
+  if (end < 4) return false;
+  out->what = data[1];
+  out->country.assign(reinterpret_cast<const char*>(data + 2), 2);
+  uint32_t at = 4;
+  while (at < end) {
+    if (end - at < 2 || data[at + 1] > end - at - 2) return false;
+    LldpCivicElement e;
+    e.type = data[at];
+    e.value.assign(reinterpret_cast<const char*>(data + at + 2), data[at + 1]);
+    out->elements.push_back(std::move(e));
+    at += 2u + data[at + 1];
+  }
+  return true;
+}
+
+const char* lldpCivicTypeName(uint32_t type) {
+  switch (type) {
+    case 0: return "language";
+    case 1: return "state";
+    case 2: return "county";
+    case 3: return "city";
+    case 4: return "city_division";
+    case 5: return "neighbourhood";
+    case 6: return "street_group";
+    case 16: return "leading_street_direction";
+    case 17: return "trailing_street_suffix";
+    case 18: return "street_suffix";
+    case 19: return "house_number";
+    case 20: return "house_number_suffix";
+    case 21: return "landmark";
+    case 22: return "additional_location";
+    case 23: return "name";
+    case 24: return "postal_code";
+    case 25: return "building";
+    case 26: return "unit";
+    case 27: return "floor";
+    case 28: return "room";
+    case 29: return "place_type";
+    case 30: return "postal_community";
+    case 31: return "po_box";
+    case 32: return "additional_code";
+    case 33: return "seat";
+    case 34: return "road";
+    case 35: return "road_section";
+    case 36: return "road_branch";
+    case 37: return "road_sub_branch";
+    case 38: return "road_pre_modifier";
+    case 39: return "road_post_modifier";
+    case 128: return "script";
+    default: return nullptr;
+  }
 }

@@ -13,10 +13,16 @@
 // Fixed-point values are sign and magnitude: the top bit of the field is the
 // sign, not a two's complement.
 //
+// Also the other two location formats as a reader wants them: the civic
+// address LCI (RFC 4776 layout) split into its elements. lldpctl shows
+// received and configured locations with these same functions.
+//
 // Pure functions: no state, no lock, no platform call.
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 constexpr uint32_t LLDP_LCI_LEN = 16;
 // A coordinate text is at least 36 and fewer than 68 octets long.
@@ -64,3 +70,31 @@ uint32_t lldpLocationEncode(const uint8_t* text, uint32_t len, uint8_t lci[LLDP_
 // other datum). Writes at most `size` octets including a terminator and
 // returns the text's length without it (0 when size is 0).
 uint32_t lldpLocationDecode(const uint8_t lci[LLDP_LCI_LEN], char* text, uint32_t size);
+
+// The fields of an LCI, as lldpLocationDecode prints them (hex2double).
+struct LldpLciFields {
+  double latitude = 0, longitude = 0, altitude = 0;  // negative south, west
+  uint32_t altitudeType = 0;                          // 1 meters, else floors
+  uint32_t datum = 0;                                 // 1 WGS84, 2 NAD83, 3 NAD83 with MLLW
+};
+void lldpLocationFields(const uint8_t lci[LLDP_LCI_LEN], LldpLciFields* out);
+
+// A civic address LCI: its length octet, the "what" octet (0 the DHCP
+// server, 1 the network element closest to the client, 2 the client), the
+// two-letter country code, then elements of a CA type octet, a length octet
+// and that many octets of value. The walk is bounded by `n` and by the LCI's
+// own length, whichever ends first; false when an element or the header does
+// not fit (the elements before it are kept).
+struct LldpCivicElement {
+  uint32_t type = 0;
+  std::string value;
+};
+struct LldpCivic {
+  uint32_t what = 0;
+  std::string country;
+  std::vector<LldpCivicElement> elements;
+};
+bool lldpCivicDecode(const uint8_t* data, uint32_t n, LldpCivic* out);
+// The name of a civic address CA type ("city", "house_number"...), nullptr
+// for a type without one.
+const char* lldpCivicTypeName(uint32_t type);

@@ -127,3 +127,41 @@ TEST(LocationCodec, AnyTextOfTheRightLengthIsReadFieldByField) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(LocationCodec, LciFieldsAreWhatTheTextPrints) {
+  Bytes lci;
+  ASSERT_EQ(encode("south,10.5,west,20.25,floors,3.5,nad83-mllw,", &lci), 0u);
+  LldpLciFields f;
+  lldpLocationFields(lci.data(), &f);
+  EXPECT_LT(f.latitude, -10.49);
+  EXPECT_GT(f.latitude, -10.51);
+  EXPECT_LT(f.longitude, -20.24);
+  EXPECT_EQ(f.altitudeType, 2u);
+  EXPECT_EQ(f.datum, 3u);
+  EXPECT_EQ(decode(lci), "south,10.500000,west,20.250000,floors,3.5,nad83-mllw,");
+}
+
+TEST(LocationCodec, CivicAddressElementsStopAtTheFirstThatDoesNotFit) {
+  // Length 15: what 2, "DE", city "Berlin", house number "12".
+  const Bytes civic = {15, 2, 'D', 'E', 3, 6, 'B', 'e', 'r', 'l', 'i', 'n', 19, 2, '1', '2', 0xAA};
+  LldpCivic c;
+  ASSERT_TRUE(lldpCivicDecode(civic.data(), static_cast<uint32_t>(civic.size()), &c));
+  EXPECT_EQ(c.what, 2u);
+  EXPECT_EQ(c.country, "DE");
+  ASSERT_EQ(c.elements.size(), 2u);  // the octet after the LCI's own length is not read
+  EXPECT_EQ(c.elements[0].value, "Berlin");
+  EXPECT_STREQ(lldpCivicTypeName(c.elements[1].type), "house_number");
+  // Cut inside the house number: the city is kept, the walk says so.
+  EXPECT_FALSE(lldpCivicDecode(civic.data(), 15, &c));
+  ASSERT_EQ(c.elements.size(), 1u);
+  // A value length past the LCI's own length.
+  Bytes bad = civic;
+  bad[13] = 9;
+  EXPECT_FALSE(lldpCivicDecode(bad.data(), static_cast<uint32_t>(bad.size()), &c));
+  EXPECT_FALSE(lldpCivicDecode(civic.data(), 3, &c));
+  EXPECT_EQ(lldpCivicTypeName(7), nullptr);
+}
+
+}  // namespace

@@ -18,6 +18,24 @@ uint32_t number(const std::string& what, const std::string& text) {
 
 }  // namespace
 
+const char* const kCallUsage =
+    "call OP INDEX OBJECT [--int N | --str TEXT | --hex HEX] [--size N]\n"
+    "                     [--key HEX] [--key-words W,W,...]\n"
+    "\n"
+    "Performs one operation of the command socket and prints its reply as\n"
+    "{\"result\": CODE, \"value\": N, \"length\": N, \"hex\": \"...\", \"key\": \"...\"}\n"
+    "(hex for a buffer request, key when a key record came back).\n"
+    "  --int N     integer form with value N (the default, with 0)\n"
+    "  --str TEXT  buffer form supplying the text's bytes\n"
+    "  --hex HEX   buffer form supplying these bytes\n"
+    "  --size N    the length word: a Get's buffer capacity (buffer form when\n"
+    "              no value is given), or the supplied length\n"
+    "  --key HEX, --key-words W,W,...\n"
+    "              the operation's key record, as bytes or 32-bit words in\n"
+    "              host order; given several times, the pieces follow each other\n"
+    "Numbers are decimal or 0x-prefixed hex. Exit status: 0 whatever the result\n"
+    "code, 1 when the agent cannot be reached, 2 for a usage error.\n";
+
 int verbCall(const Common& common, const std::vector<std::string>& args) {
   std::vector<std::string> pos;
   std::optional<uint32_t> intValue, size;

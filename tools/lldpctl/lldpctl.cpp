@@ -10,32 +10,58 @@
 #include <sys/stat.h>
 
 #include "client/lldp_client.h"
+#include "show.h"
 
 namespace lldpctl {
 
 namespace {
 
+// The verbs. Each one's usage text starts with its synopsis; main's help
+// lists them all.
+const Verb kVerbs[] = {
+    {"show", verbShow, kShowUsage, true},
+    {"call", verbCall, kCallUsage},
+};
+
 const char* kUsage =
-    "usage: lldpctl [-s SOCKET] call OP INDEX OBJECT [--int N | --str TEXT | --hex HEX]\n"
-    "                                 [--size N] [--key HEX] [--key-words W,W,...]\n"
+    "usage: lldpctl [-s SOCKET] [-f text|json] COMMAND [ARGS...]\n"
+    "       lldpctl COMMAND --help | --help | --version\n"
     "\n"
-    "  -s SOCKET   the agent's command socket (default: /run/lldpagent/lldpcmd.socket, the\n"
-    "              service's, when it exists, else /tmp/lldpcmd.socket)\n"
+    "  -s, --socket SOCKET  the agent's command socket (default:\n"
+    "                       /run/lldpagent/lldpcmd.socket, the service's, when it\n"
+    "                       exists, else /tmp/lldpcmd.socket)\n"
+    "  -f, --format FORMAT  text (the default) or json: one JSON document per command\n"
+    "  -j, --json           the same as -f json\n"
+    "  -v, --version        prints lldpctl's version\n"
     "\n"
-    "  call        performs one operation of the command socket and prints its reply as\n"
-    "              {\"result\": CODE, \"value\": N, \"length\": N, \"hex\": \"...\", \"key\": \"...\"}\n"
-    "              (hex for a buffer request, key when a key record came back).\n"
-    "              --int N     integer form with value N (the default, with 0)\n"
-    "              --str TEXT  buffer form supplying the text's bytes\n"
-    "              --hex HEX   buffer form supplying these bytes\n"
-    "              --size N    the length word: a Get's buffer capacity (buffer form when\n"
-    "                          no value is given), or the supplied length\n"
-    "              --key HEX, --key-words W,W,...\n"
-    "                          the operation's key record, as bytes or 32-bit words in\n"
-    "                          host order; given several times, the pieces follow each other\n"
-    "\n"
-    "Numbers are decimal or 0x-prefixed hex. Exit status: 0 whatever the result code,\n"
-    "1 when the agent cannot be reached, 2 for a usage error.\n";
+    "Commands (lldpctl COMMAND --help says more of each):\n";
+
+const char* kTrailer =
+    "\nExit status: 0 on success, 1 when the agent cannot be reached, 2 for a usage\n"
+    "error or a bad argument (an unknown port...).\n";
+
+const Verb* findVerb(const std::string& name) {
+  for (const Verb& v : kVerbs)
+    if (name == v.name) return &v;
+  return nullptr;
+}
+
+std::string synopsis(const char* usage) {
+  const std::string u = usage;
+  const size_t cut = u.find("\n\n");
+  return cut == std::string::npos ? u : u.substr(0, cut + 1);
+}
+
+void printHelp() {
+  std::cout << kUsage;
+  for (const Verb& v : kVerbs) {
+    const std::string syn = synopsis(v.usage);
+    size_t start = 0;
+    for (size_t nl; (nl = syn.find('\n', start)) != std::string::npos; start = nl + 1)
+      std::cout << "  " << syn.substr(start, nl + 1 - start);
+  }
+  std::cout << kTrailer;
+}
 
 // The systemd service serves its socket here; an agent started by hand uses
 // the agent's own default.
@@ -55,6 +81,22 @@ int hexDigit(char c) {
 }
 
 }  // namespace
+
+void printUsageError(const std::string& message, const char* usage, const std::string& command) {
+  const std::string u = usage;
+  const std::string syn = synopsis(usage);
+  std::cerr << "lldpctl: " << message << "\n";
+  size_t start = 0;
+  for (size_t nl; (nl = syn.find('\n', start)) != std::string::npos; start = nl + 1) {
+    // Continuation lines of a synopsis are indented; each other line is a
+    // command of its own.
+    const bool continued = syn[start] == ' ';
+    std::cerr << (start == 0 ? "usage: lldpctl " : continued ? "               " : "       lldpctl ")
+              << syn.substr(start, nl + 1 - start);
+  }
+  std::cerr << "(lldpctl " << (command.empty() ? u.substr(0, u.find_first_of(" \n")) : command)
+            << " --help says more)\n";
+}
 
 std::optional<uint32_t> parseU32(const std::string& s) {
   if (s.empty()) return std::nullopt;
@@ -109,32 +151,63 @@ std::string toHex(const std::vector<uint8_t>& b) {
 int main(int argc, char** argv) {
   using namespace lldpctl;
   Common common;
-  common.socket = "";
   std::vector<std::string> args(argv + 1, argv + argc);
-  size_t i = 0;
+  const Verb* verb = nullptr;
   try {
+    size_t i = 0;
     for (; i < args.size() && !args[i].empty() && args[i][0] == '-'; ++i) {
-      if (args[i] == "-h" || args[i] == "--help") {
-        std::cout << kUsage;
+      const std::string& a = args[i];
+      if (a == "-h" || a == "--help") {
+        printHelp();
         return kExitOk;
       }
-      if ((args[i] == "-s" || args[i] == "--socket") && i + 1 < args.size()) {
-        common.socket = args[++i];
+      if (a == "-v" || a == "--version") {
+        std::cout << "lldpctl " << LLDP_VERSION << "\n";
+        return kExitOk;
+      }
+      if (a == "-j" || a == "--json") {
+        common.format = Format::Json;
         continue;
       }
-      throw UsageError{"unknown option " + args[i]};
+      const bool hasArg = i + 1 < args.size();
+      if (a == "-s" || a == "--socket" || a == "-f" || a == "--format") {
+        if (!hasArg) throw UsageError{a + " needs an argument"};
+        const std::string& v = args[++i];
+        if (a == "-s" || a == "--socket") {
+          common.socket = v;
+        } else if (v == "text") {
+          common.format = Format::Text;
+        } else if (v == "json") {
+          common.format = Format::Json;
+        } else {
+          throw UsageError{"unknown format '" + v + "' (text or json)"};
+        }
+        continue;
+      }
+      throw UsageError{"unknown option " + a};
     }
-    if (i >= args.size()) throw UsageError{"no verb given"};
+    if (i >= args.size()) throw UsageError{"no command given"};
+    verb = findVerb(args[i]);
+    if (!verb) throw UsageError{"unknown command '" + args[i] + "'"};
     if (common.socket.empty()) common.socket = defaultSocket();
-    const std::string verb = args[i];
     const std::vector<std::string> rest(args.begin() + static_cast<long>(i) + 1, args.end());
-    if (verb == "call") return verbCall(common, rest);
-    throw UsageError{"unknown verb " + verb};
+    if (!verb->ownHelp) {
+      for (const std::string& a : rest) {
+        if (a == "-h" || a == "--help") {
+          std::cout << "usage: lldpctl " << verb->usage;
+          return kExitOk;
+        }
+      }
+    }
+    return verb->run(common, rest);
   } catch (const UsageError& e) {
-    // The synopsis only; --help has the rest.
-    const std::string usage = kUsage;
-    std::cerr << "lldpctl: " << e.message << "\n"
-              << usage.substr(0, usage.find("\n\n") + 1) << "(lldpctl --help says more)\n";
+    if (!e.synopsis) {
+      std::cerr << "lldpctl: " << e.message << "\n";
+    } else if (verb) {
+      printUsageError(e.message, verb->usage);
+    } else {
+      std::cerr << "lldpctl: " << e.message << "\n" << synopsis(kUsage) << "(lldpctl --help says more)\n";
+    }
     return kExitUsage;
   } catch (const lldpc::UnreachableError& e) {
     std::cerr << "lldpctl: " << e.what() << "\n";

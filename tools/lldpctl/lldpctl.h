@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "client/lldp_client.h"
+#include "platform/common/cmdframe.h"
+
 namespace lldpctl {
 
 // Exit statuses.
@@ -15,14 +18,53 @@ constexpr int kExitOk = 0;
 constexpr int kExitUnreachable = 1;  // the socket cannot be reached (or the connection failed)
 constexpr int kExitUsage = 2;
 
+enum class Format { Text, Json };
+
 struct Common {
   std::string socket;
+  Format format = Format::Text;
 };
 
-// A usage error: the message is printed with the usage text, status 2.
+// A usage error: the message is printed with the verb's synopsis, status 2.
+// With synopsis false (a bad value rather than a bad command line: "no port
+// eth9") the message alone is printed.
 struct UsageError {
   std::string message;
+  bool synopsis = true;
 };
+
+// A verb of the command line: `lldpctl [OPTIONS] NAME ARGS...`. `usage` is
+// its synopsis, a blank line and the details (`lldpctl NAME --help` prints
+// it whole, a usage error the synopsis). With ownHelp the verb reads --help
+// itself (verbs with sub-commands of their own).
+struct Verb {
+  const char* name;
+  int (*run)(const Common& common, const std::vector<std::string>& args);
+  const char* usage;
+  bool ownHelp = false;
+};
+// Prints a usage error's message and a synopsis the way main does; the
+// closing hint names `command` (by default the usage's first word).
+void printUsageError(const std::string& message, const char* usage, const std::string& command = "");
+
+// ---- Ports by name ---------------------------------------------------------------
+// Operators name ports by their interface name ("eth1", "swp3", "2/eth1" for
+// a port of stack unit 2); the platform tells the names (lldpc::portNames).
+// A unit number is accepted as well.
+class PortNames {
+ public:
+  explicit PortNames(lldpc::Client& c);
+  // The operator's name of a port: the platform's, else its unit number.
+  std::string name(uint32_t unit) const;
+  // The unit of a port name or number; UsageError "no port NAME" (without
+  // synopsis) when there is no such port.
+  uint32_t resolve(const std::string& text) const;
+
+ private:
+  lldpc::Client* c_;
+  std::vector<CmdPortName> names_;
+};
+uint32_t resolvePort(lldpc::Client& c, const std::string& text);
 
 // Argument parsing shared by the verbs. Numbers are decimal or 0x-prefixed
 // hex; parseU32 also takes a negative number down to -2^31 as its 32-bit
@@ -36,5 +78,6 @@ std::string toHex(const std::vector<uint8_t>& b);
 // lldpctl call OP INDEX OBJECT [--int N | --str TEXT | --hex HEX] [--size N]
 //              [--key HEX] [--key-words W,W,...]
 int verbCall(const Common& common, const std::vector<std::string>& args);
+extern const char* const kCallUsage;
 
 }  // namespace lldpctl

@@ -145,3 +145,31 @@ long cmdDecodeEvent(const uint8_t* buf, size_t n, CmdEvent* out) {
   out->payload.assign(buf + kCmdEventHeaderLen, buf + total);
   return total;
 }
+
+bool cmdAddPortName(std::vector<uint8_t>& out, const CmdPortName& p, size_t capacity) {
+  const size_t n = p.name.size();
+  if (n == 0 || n > kCmdPortNameMax || out.size() + 8 + n > capacity) return false;
+  cmdAddU32(out, p.unit);
+  cmdAddU32(out, static_cast<uint32_t>(n));
+  out.insert(out.end(), p.name.begin(), p.name.end());
+  return true;
+}
+
+bool cmdDecodePortNames(const uint8_t* p, size_t n, std::vector<CmdPortName>* out) {
+  std::vector<CmdPortName> v;
+  size_t off = 0;
+  while (off < n) {
+    if (n - off < 8) return false;
+    CmdPortName r;
+    r.unit = cmdGetU32(p + off);
+    const uint32_t len = cmdGetU32(p + off + 4);
+    off += 8;
+    if (len == 0 || len > kCmdPortNameMax || len > n - off) return false;
+    if (!v.empty() && r.unit <= v.back().unit) return false;
+    r.name.assign(reinterpret_cast<const char*>(p + off), len);
+    off += len;
+    v.push_back(std::move(r));
+  }
+  *out = std::move(v);
+  return true;
+}

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 constexpr uint32_t kCmdMagic = 0x4C4C4450;   // "LLDP" read as a big-endian word
@@ -86,3 +87,20 @@ long cmdDecodeReply(const uint8_t* buf, size_t n, uint32_t requestFlags, CmdRepl
 // Events of the stream. Returns as cmdDecode.
 std::vector<uint8_t> cmdEncodeEvent(uint32_t kind, uint32_t arg, const uint8_t* payload, size_t len);
 long cmdDecodeEvent(const uint8_t* buf, size_t n, CmdEvent* out);
+
+// Operation 1001 is not the agent's either: the platform answers it with its
+// ports' names and the agent's up-time (docs/command-socket.md). Its buffer
+// reply is a run of records, each the port's unit, the name's length (at
+// most kCmdPortNameMax) and the name's bytes, in ascending unit order.
+constexpr uint32_t kCmdOpPortNames = 1001;
+constexpr uint32_t kCmdPortNameMax = 32;
+struct CmdPortName {
+  uint32_t unit = 0;
+  std::string name;
+};
+// Appends one record; false (nothing appended) when it would take `out` past
+// `capacity` bytes or the name is empty or too long.
+bool cmdAddPortName(std::vector<uint8_t>& out, const CmdPortName& p, size_t capacity);
+// False (out untouched) unless the bytes are whole records with names of 1 to
+// kCmdPortNameMax bytes in ascending unit order.
+bool cmdDecodePortNames(const uint8_t* p, size_t n, std::vector<CmdPortName>* out);

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/icm.h"
+#include "platform/sil.h"
 #include "platform/linux/linux_platform.h"
 #include "platform/trap.h"
 #include "platform/zor_socket.h"
@@ -27,6 +28,21 @@ void cmdSocketUnlink() {
 
 std::string cmdSocketPath() { return gSockPath; }
 
+std::vector<uint8_t> portNamesServe(const CmdRequest& req) {
+  const uint32_t upTime = silGetUpTime();
+  if (req.flags & kCmdFlagKey) return cmdEncodeReply(22, upTime, 0, &req.key, nullptr, 0);
+  if (!(req.flags & kCmdFlagBuffer)) return cmdEncodeReply(0, upTime, req.len, nullptr, nullptr, 0);
+  // The ports from unit `index` on, as many whole records as the capacity
+  // takes; a client asks again from the unit after the last one it got.
+  std::vector<uint8_t> out;
+  for (const Link& l : linkAll()) {
+    if (l.unit < req.index || !l.isPort || l.gone || l.name.empty()) continue;
+    if (!cmdAddPortName(out, {l.unit, l.name.substr(0, kCmdPortNameMax)}, req.len)) break;
+  }
+  const auto n = static_cast<uint32_t>(out.size());
+  return cmdEncodeReply(0, upTime, n, nullptr, out.data(), n);
+}
+
 }  // namespace lnx
 
 int icmProcTcpInit(const char* taskName, const char* path, const IcmFuncEntry* table,
@@ -42,7 +58,8 @@ int icmProcTcpInit(const char* taskName, const char* path, const IcmFuncEntry* t
   std::memcpy(lnx::gSockPath, p.c_str(), p.size() + 1);
   std::thread([lfd, table, count, name = std::string(taskName ? taskName : "cmd")] {
     lnx::nameThisThread(name);
-    lnx::cmdServe(lfd, table, count, {{lnx::kCmdOpStackHello, lnx::stackHelloServe}});
+    lnx::cmdServe(lfd, table, count,
+                  {{lnx::kCmdOpStackHello, lnx::stackHelloServe}, {lnx::kCmdOpPortNames, lnx::portNamesServe}});
   }).detach();
   return 0;
 }

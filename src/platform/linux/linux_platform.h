@@ -166,6 +166,7 @@ using ::kCmdHeaderLen;
 using ::kCmdKnownFlags;
 using ::kCmdMagic;
 using ::kCmdMaxData;
+using ::kCmdOpPortNames;
 using ::kCmdReplyHeaderLen;
 
 // Runs one request against a handler table (IcmFuncEntry[count]) and returns
@@ -185,6 +186,9 @@ struct CmdPlatformOp {
 void cmdServe(int lfd, const void* table, uint32_t count, const std::vector<CmdPlatformOp>& ops = {});
 // The platform's own operation: a stack peer's hello (stackHelloServe).
 constexpr uint32_t kCmdOpStackHello = 1000;
+// The platform's own operation kCmdOpPortNames: the names of the ports
+// (stack peers' ports as "UNIT/name") and the agent's up-time.
+std::vector<uint8_t> portNamesServe(const CmdRequest& req);
 // Sends one event (kind, argument, payload) to every subscribed client.
 void eventPublish(uint32_t kind, uint32_t arg, const void* data, size_t len);
 // Removes the command socket's path (at exit).
