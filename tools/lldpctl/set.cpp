@@ -36,11 +36,36 @@ struct Refused {
   std::string message;
 };
 
+// Prints text in lines of at most 78 columns, each indented by six.
+void printWrapped(const std::string& text) {
+  std::string line;
+  size_t start = 0;
+  while (start < text.size()) {
+    size_t end = text.find(' ', start);
+    if (end == std::string::npos) end = text.size();
+    const std::string word = text.substr(start, end - start);
+    if (!line.empty() && line.size() + 1 + word.size() > 72) {
+      std::cout << "      " << line << "\n";
+      line.clear();
+    }
+    line += (line.empty() ? "" : " ") + word;
+    start = end + 1;
+  }
+  if (!line.empty()) std::cout << "      " << line << "\n";
+}
+
 void printSettings(Scope scope) {
   std::cout << "usage: lldpctl " << (scope == Scope::Global ? kSetUsage : kPortUsage) << "\nSettings:\n";
   for (const auto& s : settingsTable()) {
     if (s.scope != scope) continue;
-    std::cout << "  " << s.name << " " << settingSynopsis(s) << "\n      " << s.what << ": " << s.help << "\n";
+    std::cout << "  " << s.name << " " << settingSynopsis(s) << "\n";
+    std::string help = std::string(s.what) + ": " + s.help;
+    if (s.kind == Kind::Tlvs) {
+      help += ". NAME:";
+      for (const auto& n : s.names) help += std::string(" ") + n.name;
+      help += "; +NAME and -NAME change the set the port sends now";
+    }
+    printWrapped(help);
   }
 }
 

@@ -203,12 +203,18 @@ size_t settingArity(const Setting& s) {
 
 std::string settingSynopsis(const Setting& s) {
   switch (s.kind) {
-    case Kind::Number:
+    case Kind::Number: {
+      if (s.lo == 0 && s.hi > 0xFF) {  // a mask, read in hex too
+        char buf[16];
+        std::snprintf(buf, sizeof buf, "0x%x", s.hi);
+        return "0.." + std::string(buf);
+      }
       return std::to_string(s.lo) + ".." + std::to_string(s.hi);
+    }
     case Kind::Choice:
       return choices(s.names);
     case Kind::Tlvs:
-      return "all|none|NAME,... (+NAME,-NAME change the current set): " + choices(s.names);
+      return "all|none|NAME,...|+NAME,-NAME,...";
     case Kind::Vlans:
       return "add|remove LIST";
     case Kind::Address:
