@@ -294,12 +294,16 @@ int verbClear(const Common& common, const std::vector<std::string>& args) {
   if (args.empty() || args[0] != "statistics" || args.size() > 2) throw UsageError{"clear takes statistics [PORT]"};
   return refusals([&] {
     lldpc::Client c(common.socket);
-    if (args.size() == 2) {
-      lldpc::clearPortCounters(c, resolvePort(c, args[1]));
-      return kExitOk;
+    try {
+      if (args.size() == 2) {
+        lldpc::clearPortCounters(c, resolvePort(c, args[1]));
+        return kExitOk;
+      }
+      lldpc::clearGlobalCounters(c);
+      for (uint32_t unit : lldpc::portUnits(c).all()) lldpc::clearPortCounters(c, unit);
+    } catch (const lldpc::OperationError& e) {
+      throw Refused{"clear statistics: " + codeText(e.code())};
     }
-    lldpc::clearGlobalCounters(c);
-    for (uint32_t unit : lldpc::portUnits(c).all()) lldpc::clearPortCounters(c, unit);
     return kExitOk;
   });
 }

@@ -15,7 +15,6 @@ namespace lldpctl {
 
 namespace {
 
-using lldpc::gobj::kAdminStatus;
 namespace g = lldpc::gobj;
 namespace p = lldpc::pobj;
 
@@ -121,7 +120,7 @@ const std::vector<Setting>& settingsTable() {
        "what this system is to LLDP-MED: an endpoint of class I-III or network connectivity"},
       {"mode", Scope::Global, Kind::Choice, g::kMode, 0, 0, {{"standard", 1}, {"broadcast", 2}}, "destination mode",
        "standard: to 01-80-C2-00-00-0E (EtherType 88CC); broadcast: FF-FF-FF-FF-FF-FF (FFCC)"},
-      {"adminstatus", Scope::Global, Kind::Choice, kAdminStatus, 0, 0, {{"enabled", 1}, {"disabled", 2}},
+      {"adminstatus", Scope::Global, Kind::Choice, g::kAdminStatus, 0, 0, {{"enabled", 1}, {"disabled", 2}},
        "global admin status", "disabled stops LLDP on every port (each sends its shutdown LLDPDU)"},
       {"trace", Scope::Global, Kind::Number, g::kDebugFlags, 0, 0x1FF, {}, "trace mask",
        "trace classes of the agent's log (lldp.conf(5)); decimal or 0x hex"},
@@ -385,8 +384,7 @@ Change parseChange(const Setting& s, const std::vector<std::string>& w) {
       const auto list = parseVlanList(w[1], s.lo, s.hi);
       if (!list) bad(name + ": VLAN IDs must be " + std::to_string(s.lo) + ".." + std::to_string(s.hi) +
                      " (LIST like 10,20-25), not '" + w[1] + "'");
-      c.vlans = *list;
-      c.bytes = lldpc::vlanMap(c.vlans);
+      c.bytes = lldpc::vlanMap(*list);
       break;
     }
     case Kind::Address: {

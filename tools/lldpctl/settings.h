@@ -59,7 +59,6 @@ struct Change {
   uint32_t value = 0;              // Number, Choice; Policy: the value; Location: the format
   uint32_t sub = 0;                // Policy: the object; Vlans / Address: 1 add, 0 remove
   std::vector<uint8_t> bytes;      // Tlvs: the map (when not relative); Vlans: the map; Location: the value
-  std::vector<uint16_t> vlans;
   lldpc::MgmtAddress address;
   std::vector<uint8_t> minus;       // Tlvs given as +NAME,-NAME: the bits to clear (bytes: to set)
   bool relative = false;
@@ -70,7 +69,8 @@ struct Change {
 // clear line.
 Change parseChange(const Setting& s, const std::vector<std::string>& words);
 
-// The value checks, exposed for their unit test.
+// The value checks of parseChange that turn text into what the agent takes.
+// "10,20-25" with every VLAN within [lo, hi]; nullopt otherwise.
 std::optional<std::vector<uint16_t>> parseVlanList(const std::string& text, uint32_t lo, uint32_t hi);
 // Coordinate text, checked and written back in the agent's own form (36 to
 // 67 octets); throws UsageError.

@@ -87,6 +87,8 @@ class Watcher {
       if (!e) continue;
       try {
         if (e->kind == lldpc::Event::Kind::Resumed) {
+          // An agent back within one wait was never seen gone.
+          if (!gone) std::cerr << "lldpctl: agent gone, reconnecting to " << path_ << std::endl;
           gone = false;
           std::cerr << "lldpctl: reconnected to " << path_ << std::endl;
           names_.reset();
