@@ -145,7 +145,7 @@ EOF
   echo "lab: what each agent learnt (lldpctl show neighbors):"
   for n in $NODES; do
     echo "lab-$n:"
-    "$LLDPCTL" -s "$DIR/$n.sock" show neighbors 2>&1 | sed 's/^/  /'
+    "$LLDPCTL" -s "$DIR/$n.sock" show neighbors 2>&1 | sed 's/^./  &/'
   done
   [ "${done_all}" = 1 ] || fail "not every agent learnt its neighbours within ${WAIT}s (logs in $DIR)"
   ok=1

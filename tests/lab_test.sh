@@ -17,7 +17,7 @@ wait $once_pid || fail "second lab failed beside the first: $(cat "$TMP/once.out
 for out in kept once; do
   # lldpctl show neighbors of each agent, indented under its name: a and c
   # one neighbour each, b two.
-  [ "$(grep -c -E '^  .*lab-[abc]\b' "$TMP/$out.out")" -eq 4 ] || fail "$out lab: $(cat "$TMP/$out.out")"
+  [ "$(grep -c -E '^  to-[abc] .*lab-[abc]\b' "$TMP/$out.out")" -eq 4 ] || fail "$out lab: $(cat "$TMP/$out.out")"
 done
 pass "two labs ran side by side and each learnt its line"
 
