@@ -64,7 +64,7 @@ lines = [json.loads(l) for l in open(sys.argv[1]) if l.strip()]
 d = [l for l in lines if l["event"] == "deleted"]
 assert len(d) == 1, lines
 d = d[0]
-assert (d["port"], d["port_id"], d["system_name"], d["chassis_id_subtype"]) == ("ba", "ab", "alpha", 4), d
+assert (d["local_port"], d["port_id"], d["system_name"], d["chassis_id_subtype"]) == ("ba", "ab", "alpha", "mac_address"), d
 EOF
 grep -q charlie "$TMP/watch.txt" && fail "watch printed an unchanged neighbour: $(cat "$TMP/watch.txt")"
 pass "a port disabled by lldpctl on one end: watch on the middle prints its deletion (text and JSON)"

@@ -14,6 +14,7 @@
 #include "client/lldp_events.h"
 #include "client/lldp_objects.h"
 #include "lldpctl.h"
+#include "show.h"
 
 namespace lldpctl {
 
@@ -28,38 +29,6 @@ namespace {
 
 volatile std::sig_atomic_t gStop = 0;
 void onSignal(int) { gStop = 1; }
-
-bool printable(const std::vector<uint8_t>& b) {
-  if (b.empty()) return false;
-  for (uint8_t x : b)
-    if (x < 0x20 || x > 0x7E) return false;
-  return true;
-}
-
-std::string colonHex(const std::vector<uint8_t>& b) {
-  std::string s;
-  char buf[4];
-  for (size_t i = 0; i < b.size(); ++i) {
-    std::snprintf(buf, sizeof buf, i ? ":%02x" : "%02x", b[i]);
-    s += buf;
-  }
-  return s;
-}
-
-// A chassis ID or port ID as an operator reads it: a MAC address (chassis
-// subtype 4, port subtype 3), a network address (chassis 5, port 4: the
-// IANA family octet first), else text, else hex.
-std::string idText(uint32_t subtype, const std::vector<uint8_t>& id, bool chassis) {
-  if (subtype == (chassis ? 4u : 3u) && id.size() == 6) return colonHex(id);
-  if (subtype == (chassis ? 5u : 4u) && !id.empty()) {
-    lldpc::MgmtAddress a;
-    a.subtype = id[0];
-    a.bytes.assign(id.begin() + 1, id.end());
-    return a.str();
-  }
-  if (printable(id)) return std::string(id.begin(), id.end());
-  return colonHex(id);
-}
 
 class Watcher {
  public:
@@ -149,22 +118,24 @@ class Watcher {
     std::tm tm{};
     char stamp[32];
     const std::string port = portName(n.index.port);
-    const std::string chassis = idText(n.chassisIdSubtype, n.chassisId, true);
-    const std::string portId = idText(n.portIdSubtype, n.portId, false);
+    const std::string chassis = idText(true, n.chassisIdSubtype, n.chassisId);
+    const std::string portId = idText(false, n.portIdSubtype, n.portId);
     if (json_) {
       ::gmtime_r(&t, &tm);
       std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%SZ", &tm);
-      nlohmann::ordered_json j;
+      // The keys of lldpctl -f json show neighbors.
+      Json j;
       j["time"] = stamp;
       j["event"] = what;
-      j["port"] = port;
-      j["unit"] = n.index.port;
+      j["local_port"] = port;
+      j["local_unit"] = n.index.port;
+      j["remote_index"] = n.index.remIndex;
+      j["chassis_id_subtype"] = chassisSubtypeName(n.chassisIdSubtype);
       j["chassis_id"] = chassis;
-      j["chassis_id_subtype"] = n.chassisIdSubtype;
+      j["port_id_subtype"] = portSubtypeName(n.portIdSubtype);
       j["port_id"] = portId;
-      j["port_id_subtype"] = n.portIdSubtype;
       j["system_name"] = n.sysName;
-      j["ttl"] = n.ttl;
+      j["ttl_left_seconds"] = n.ttl;
       std::cout << j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
     } else {
       ::localtime_r(&t, &tm);
