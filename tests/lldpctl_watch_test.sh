@@ -55,6 +55,11 @@ $(cat "$1")"
     sleep 0.2
   done
 }
+# A third one whose reader goes after the first line.
+( ip netns exec "$(nsname b)" "$CTL" -s "$TMP/bravo.sock" watch | head -1 >"$TMP/head.txt" ) &
+WHEAD=$!
+PIDS+=("$WHEAD")
+sleep 1
 ctl a alpha port ab set adminstatus disabled || fail "disable alpha's port"
 wait_file "$TMP/watch.txt" "deleted +port ba +chassis [0-9a-f:]{17} +port-id ab +system alpha$" 10
 wait_file "$TMP/watch.json" '"event":"deleted"' 10
@@ -67,7 +72,10 @@ d = d[0]
 assert (d["local_port"], d["port_id"], d["system_name"], d["chassis_id_subtype"]) == ("ba", "ab", "alpha", "mac_address"), d
 EOF
 grep -q charlie "$TMP/watch.txt" && fail "watch printed an unchanged neighbour: $(cat "$TMP/watch.txt")"
-pass "a port disabled by lldpctl on one end: watch on the middle prints its deletion (text and JSON)"
+for _ in $(seq 15); do kill -0 "$WHEAD" 2>/dev/null || break; sleep 0.2; done
+kill -0 "$WHEAD" 2>/dev/null && fail "watch | head -1 did not end after its first line"
+grep -q "deleted .*system alpha" "$TMP/head.txt" || fail "watch | head -1 printed '$(cat "$TMP/head.txt")'"
+pass "a port disabled by lldpctl on one end: watch on the middle prints its deletion (text, JSON, through head -1)"
 
 # ---- The agent restarts: watch says so, reconnects and reports what the new
 # agent learns.
@@ -88,7 +96,10 @@ wait "$WTEXT"; rc=$?
 kill -TERM "$WJSON"
 wait "$WJSON"; rc=$?
 [ $rc = 0 ] || fail "watch -f json exited $rc on SIGTERM"
-pass "watch exits 0 on SIGINT and SIGTERM"
+err=$("$CTL" -s "$TMP/nobody.sock" watch 2>&1); rc=$?
+[ $rc = 1 ] && [ "$(echo "$err" | wc -l)" = 1 ] && [[ "$err" == *"$TMP/nobody.sock"* ]] ||
+  fail "watch without an agent: status $rc, '$err'"
+pass "watch exits 0 on SIGINT and SIGTERM, 1 with one line when there is no agent at the start"
 
 # ---- set interval 5 on charlie: the frames bravo receives from it come 5 s
 # apart (12 s before), with TTL 5 x 4 (the hold).

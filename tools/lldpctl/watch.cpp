@@ -5,6 +5,9 @@
 // deleted one. When the agent goes away the stream is reopened as soon as it
 // answers again, and the table is read anew and compared with the copy, since
 // the events of the gap are lost.
+#include <poll.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <ctime>
 #include <iostream>
@@ -41,7 +44,7 @@ class Watcher {
     ev.open();  // an agent that is not there at the start is an error
     for (const auto& n : lldpc::neighbours(client_).all()) seen_[n.index] = n;
     bool gone = false;
-    while (!gStop) {
+    while (!gStop && !outputGone()) {
       std::optional<lldpc::Event> e;
       try {
         e = ev.next(std::chrono::milliseconds(250));
@@ -73,6 +76,13 @@ class Watcher {
   }
 
  private:
+  // Standard output's reader has gone (watch | head -1): stop now rather
+  // than at the next event's write.
+  static bool outputGone() {
+    pollfd p{STDOUT_FILENO, 0, 0};
+    return ::poll(&p, 1, 0) == 1 && (p.revents & (POLLERR | POLLHUP));
+  }
+
   static bool sameFields(const lldpc::Neighbour& a, const lldpc::Neighbour& b) {
     return a.chassisIdSubtype == b.chassisIdSubtype && a.chassisId == b.chassisId &&
            a.portIdSubtype == b.portIdSubtype && a.portId == b.portId && a.sysName == b.sysName;
@@ -172,7 +182,6 @@ int verbWatch(const Common& common, const std::vector<std::string>& args) {
   sigemptyset(&sa.sa_mask);
   ::sigaction(SIGINT, &sa, nullptr);
   ::sigaction(SIGTERM, &sa, nullptr);
-  ::signal(SIGPIPE, SIG_IGN);
   Watcher w(common, json);
   return w.run();
 }
