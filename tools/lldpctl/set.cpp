@@ -30,7 +30,6 @@ namespace {
 
 namespace g = lldpc::gobj;
 
-
 // A change the agent refused or could not make: one line, status 1.
 struct Refused {
   std::string message;
@@ -122,7 +121,7 @@ std::vector<uint8_t> tlvMap(lldpc::Client& c, uint32_t unit, const Change& ch) {
   for (const auto& n : s.names) {
     const uint8_t bit = static_cast<uint8_t>(0x80 >> (n.value % 8));
     if ((map[n.value / 8] & bit) && !(supported[n.value / 8] & bit))
-      throw UsageError{std::string(s.name) + ": the port does not support " + n.name};
+      throw UsageError{std::string(s.name) + ": the port does not support " + n.name, false};
   }
   // LLDP-MED: the capabilities TLV comes with any other LLDP-MED TLV.
   if (s.object == lldpc::pobj::kMedEnabled && !(map[0] & 0x80) && ((map[0] & 0x7F) || map[1]))
@@ -242,7 +241,8 @@ int applyAll(lldpc::Client& c, std::optional<uint32_t> unit, const std::string& 
   return kExitOk;
 }
 
-// Runs a verb's body, turning the agent's refusals into one line and status 1.
+// Runs a verb's body, turning the agent's refusals into one line and status
+// 1, the status of an agent that cannot be reached: the change was not made.
 template <class F>
 int refusals(F&& body) {
   try {
