@@ -67,7 +67,8 @@ KEEP ?= 0
 STACK ?= 0
 LAB ?=
 lab: agent
-	@KEEP=$(KEEP) STACK=$(STACK) AGENT=$(abspath $(BUILD))/lldpagent bash lab/lab.sh up
+	@cmake --build $(BUILD) -j $(JOBS) --target lldpctl
+	@KEEP=$(KEEP) STACK=$(STACK) AGENT=$(abspath $(BUILD))/lldpagent LLDPCTL=$(abspath $(BUILD))/lldpctl bash lab/lab.sh up
 
 lab-down:
 	@bash lab/lab.sh down $(LAB)

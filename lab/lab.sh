@@ -5,7 +5,7 @@
 #
 # joined by veth links, one lldpagent in each with its own options file,
 # command socket and log. Waits until the agents have learnt each other,
-# prints what each one learnt (from its trace lines), and takes everything
+# prints what each one learnt (lldpctl show neighbors), and takes everything
 # away again, also on Ctrl-C or failure.
 #
 # Each run has a directory of its own (mktemp, under $TMPDIR or /tmp) and
@@ -28,6 +28,7 @@ set -u
 
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 AGENT=${AGENT:-${LLDP_BUILD_DIR:-$ROOT/build}/lldpagent}
+LLDPCTL=${LLDPCTL:-$(dirname "$AGENT")/lldpctl}
 KEEP=${KEEP:-0}
 WAIT=${WAIT:-90}
 STACK=${STACK:-0}
@@ -70,6 +71,7 @@ up() {
   [ "$(id -u)" -eq 0 ] || fail "needs root (network namespaces)"
   command -v ip >/dev/null || fail "needs iproute2 (ip)"
   [ -x "$AGENT" ] || fail "no agent at $AGENT (run make build first)"
+  [ -x "$LLDPCTL" ] || fail "no lldpctl at $LLDPCTL (run make build first)"
 
   DIR=$(mktemp -d "$BASE/lldplab.XXXXXX") || fail "cannot make a directory in $BASE"
   ID=${DIR##*.}
@@ -108,27 +110,31 @@ lldp.defaultportmode = rxtx
 host.sysname = lab-$n
 host.cmdsocket = $DIR/$n.sock
 EOF
-    mask=0x121
     case $n in
       u[12])
-        # A unit of the stack; trace class 0x40 shows what the other unit sends.
-        printf 'host.stackunit = %s\nhost.stackpeers = %s %s\n' "${n#u}" "$DIR/u1.sock" "$DIR/u2.sock" >>"$DIR/$n.conf"
-        mask=0x161 ;;
+        printf 'host.stackunit = %s\nhost.stackpeers = %s %s\n' "${n#u}" "$DIR/u1.sock" "$DIR/u2.sock" >>"$DIR/$n.conf" ;;
     esac
-    ip netns exec "$(ns "$n")" "$AGENT" -c "$DIR/$n.conf" -d $mask >"$DIR/$n.log" 2>&1 &
+    ip netns exec "$(ns "$n")" "$AGENT" -c "$DIR/$n.conf" >"$DIR/$n.log" 2>&1 &
     echo $! >"$DIR/$n.pid"
   done
 
   echo "lab: agents started in $(for n in $NODES; do printf '%s ' "$(ns "$n")"; done)"
   echo "lab: waiting (up to ${WAIT}s) until every agent has learnt its neighbours..."
   want_a=1 want_b=2 want_c=1 want_u1=2 want_u2=2 want_n1=1 want_n2=1
+  # A port sends its first LLDPDU one interval (30 s) after it comes up, or
+  # at once after a change: setting the interval to what it is does that,
+  # once the ports' transmit machines have started.
+  sleep 2
+  for n in $NODES; do "$LLDPCTL" -s "$DIR/$n.sock" set interval 30 2>/dev/null; done
   start=$(date +%s)
   while :; do
     done_all=1
     for n in $NODES; do
       kill -0 "$(cat "$DIR/$n.pid")" 2>/dev/null || { tail -5 "$DIR/$n.log" >&2; fail "agent $n died"; }
       eval want=\$want_$n
-      got=$(grep -c "New MSAP Cache Miss" "$DIR/$n.log" 2>/dev/null)
+      # Each neighbour's line of the brief list carries its system name.
+      others=$(for o in $NODES; do [ "$o" != "$n" ] && printf '%s|' "$o"; done)
+      got=$("$LLDPCTL" -s "$DIR/$n.sock" show neighbors 2>/dev/null | grep -c -E "lab-(${others%|})\b")
       [ "${got:-0}" -ge "$want" ] || done_all=0
     done
     [ $done_all = 1 ] && break
@@ -136,9 +142,10 @@ EOF
     sleep 1
   done
 
-  echo "lab: what each agent learnt:"
+  echo "lab: what each agent learnt (lldpctl show neighbors):"
   for n in $NODES; do
-    awk -v agent="lab-$n" -f "$ROOT/lab/learnt.awk" "$DIR/$n.log"
+    echo "lab-$n:"
+    "$LLDPCTL" -s "$DIR/$n.sock" show neighbors 2>&1 | sed 's/^./  &/'
   done
   [ "${done_all}" = 1 ] || fail "not every agent learnt its neighbours within ${WAIT}s (logs in $DIR)"
   ok=1
@@ -146,6 +153,7 @@ EOF
     echo "lab: left running in $DIR; each agent:"
     for n in $NODES; do
       echo "  lab-$n  namespace $(ns "$n")  command socket $DIR/$n.sock  log $DIR/$n.log"
+      echo "         explore it: $LLDPCTL -s $DIR/$n.sock show neighbors (watch, set ..., --help)"
       echo "         a shell beside it: ip netns exec $(ns "$n") bash"
     done
     echo "lab: 'make lab-down LAB=$DIR' (or lab/lab.sh down $DIR) takes it away"

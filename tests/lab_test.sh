@@ -15,7 +15,9 @@ once_pid=$!
 wait $kept_pid || fail "kept lab failed: $(cat "$TMP/kept.out")"
 wait $once_pid || fail "second lab failed beside the first: $(cat "$TMP/once.out")"
 for out in kept once; do
-  [ "$(grep -c "learnt chassis" "$TMP/$out.out")" -eq 4 ] || fail "$out lab: $(cat "$TMP/$out.out")"
+  # lldpctl show neighbors of each agent, indented under its name: a and c
+  # one neighbour each, b two.
+  [ "$(grep -c -E '^  to-[abc] .*lab-[abc]\b' "$TMP/$out.out")" -eq 4 ] || fail "$out lab: $(cat "$TMP/$out.out")"
 done
 pass "two labs ran side by side and each learnt its line"
 
@@ -30,10 +32,11 @@ for n in $(namespaces_of "$TMP/kept.out"); do
   ip netns list | grep -qw "$n" || fail "kept lab lost namespace $n"
 done
 for n in a b c; do
-  grep -qF "command socket $kept_dir/$n.sock" "$TMP/kept.out" && [ -S "$kept_dir/$n.sock" ] ||
+  grep -qF "command socket $kept_dir/$n.sock" "$TMP/kept.out" && [ -S "$kept_dir/$n.sock" ] &&
+    grep -qF "lldpctl -s $kept_dir/$n.sock show neighbors" "$TMP/kept.out" ||
     fail "kept lab does not say how to reach agent $n: $(cat "$TMP/kept.out")"
 done
-pass "a lab that is not kept leaves nothing; a kept one names each agent's socket"
+pass "a lab that is not kept leaves nothing; a kept one names each agent's socket and lldpctl line"
 
 bash "$LAB" down "$kept_dir" || fail "lab.sh down $kept_dir"
 [ ! -e "$kept_dir" ] || fail "lab.sh down left $kept_dir"

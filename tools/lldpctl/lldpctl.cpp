@@ -21,6 +21,10 @@ namespace {
 const Verb kVerbs[] = {
     {"show", verbShow, kShowUsage, true},
     {"call", verbCall, kCallUsage},
+    {"set", verbSet, kSetUsage, true},
+    {"port", verbPort, kPortUsage, true},
+    {"clear", verbClear, kClearUsage},
+    {"watch", verbWatch, kWatchUsage},
 };
 
 const char* kUsage =

@@ -80,4 +80,15 @@ std::string toHex(const std::vector<uint8_t>& b);
 int verbCall(const Common& common, const std::vector<std::string>& args);
 extern const char* const kCallUsage;
 
+// lldpctl set NAME VALUE ... / port PORT set NAME VALUE ... / clear
+// statistics [PORT] (set.cpp, settings.cpp); lldpctl watch (watch.cpp).
+int verbSet(const Common& common, const std::vector<std::string>& args);
+int verbPort(const Common& common, const std::vector<std::string>& args);
+int verbClear(const Common& common, const std::vector<std::string>& args);
+int verbWatch(const Common& common, const std::vector<std::string>& args);
+extern const char* const kSetUsage;
+extern const char* const kPortUsage;
+extern const char* const kClearUsage;
+extern const char* const kWatchUsage;
+
 }  // namespace lldpctl
