@@ -86,15 +86,16 @@ def mask_text(text):
     out = []
     brief = stats = False
     for line in text.split("\n"):
-        if line.startswith("Local  Chassis ID"):
+        if line.startswith("Local ") and "Chassis ID" in line:
             brief, stats = True, False
+            left, mgmt = line.index("Left"), line.index("Mgmt")
         elif line.startswith("Port ") and "Cleared" in line:
             brief, stats = False, True
         elif not line.strip():
             brief = stats = False
         elif brief:
-            # The "Left" column: columns 57 to 62.
-            line = line[:57] + "*".ljust(6) + line[63:]
+            # The "Left" column, where the header puts it.
+            line = line[:left] + "*".ljust(mgmt - left) + line[mgmt:]
         elif stats:
             # Out and In (columns 9 to 26) and Cleared (from 68).
             line = line[:9] + "*".rjust(9) + "*".rjust(9) + line[27:68] + "*"

@@ -54,6 +54,10 @@ std::string mauTypeName(uint32_t v);
 // with the agent's own codec.
 Json locationJson(uint32_t format, const std::vector<uint8_t>& data);
 Json policyJson(const lldpc::MediaPolicy& p);
+// A neighbour's basic fields under the keys of show neighbors; its age is
+// null without the agent's up-time.
+void neighbourBasicJson(Json& j, const lldpc::Neighbour& n, const PortNames& names,
+                        const std::optional<uint32_t>& upTime);
 Json inventoryJson(const lldpc::MedInventory& inv);
 // A duration as "1d 02:03:04", "02:03:04" or "45s".
 std::string durationText(uint64_t seconds);

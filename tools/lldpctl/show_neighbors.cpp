@@ -8,10 +8,8 @@
 
 namespace lldpctl {
 
-namespace {
-
-// Fields both views share.
-void basicJson(Json& j, const lldpc::Neighbour& n, const PortNames& names, const std::optional<uint32_t>& upTime) {
+// Fields both views (and lldpctl watch) share.
+void neighbourBasicJson(Json& j, const lldpc::Neighbour& n, const PortNames& names, const std::optional<uint32_t>& upTime) {
   j["local_port"] = names.name(n.index.port);
   j["local_unit"] = n.index.port;
   j["remote_index"] = n.index.remIndex;
@@ -28,6 +26,8 @@ void basicJson(Json& j, const lldpc::Neighbour& n, const PortNames& names, const
   const uint64_t mark = static_cast<uint64_t>(n.index.timeMarkHigh) << 32 | n.index.timeMarkLow;
   j["age_seconds"] = upTime && *upTime >= mark ? Json(*upTime - mark) : Json(nullptr);
 }
+
+namespace {
 
 Json mgmtAddrJson(const lldpc::RemoteMgmtAddress& m) {
   Json a;
@@ -172,7 +172,7 @@ Json privJson(const lldpc::Neighbour::Priv& p) {
 
 Json detailJson(const lldpc::Neighbour& n, const PortNames& names, const std::optional<uint32_t>& upTime) {
   Json j;
-  basicJson(j, n, names, upTime);
+  neighbourBasicJson(j, n, names, upTime);
   j["system_description"] = n.sysDescr;
   j["rx_vlan"] = n.rxVlan ? Json(n.rxVlan) : Json(nullptr);
   Json addrs = Json::array();
@@ -246,7 +246,7 @@ int showNeighbors(const Common& common, const std::vector<std::string>& args) {
     byPort(all);
     for (const auto& n : all) {
       Json j;
-      basicJson(j, n, names, upTime);
+      neighbourBasicJson(j, n, names, upTime);
       j["management_address"] = n.mgmtAddresses.empty() ? Json(nullptr) : Json(n.mgmtAddresses[0].addr.str());
       list.push_back(std::move(j));
       capsEnabled.push_back(n.capEnabled);
@@ -269,7 +269,8 @@ int showNeighbors(const Common& common, const std::vector<std::string>& args) {
   emit(common, doc, [&] {
     const Json& ns = doc["neighbors"];
     if (!detail) {
-      // 80 columns: 6 + 17 + 12 + 12 + 5 + 5 + 17 and the spaces between.
+      // 80 columns: 9 + 17 + 12 + 11 + 5 + 5 + 15 and the spaces between (a
+      // stacked unit's port, "2/swp12", fits whole).
       std::string out;
       out.reserve(80 * (ns.size() + 2));
       auto col = [&out](const std::string& s, size_t w, bool last = false) {
@@ -277,23 +278,23 @@ int showNeighbors(const Common& common, const std::vector<std::string>& args) {
         out += t;
         if (!last) out.append(w + 1 - t.size(), ' ');
       };
-      col("Local", 6);
+      col("Local", 9);
       col("Chassis ID", 17);
       col("Port ID", 12);
-      col("System name", 12);
+      col("System name", 11);
       col("Caps", 5);
       col("Left", 5);
-      col("Mgmt address", 17, true);
+      col("Mgmt address", 15, true);
       out += '\n';
       for (size_t i = 0; i < ns.size(); ++i) {
         const Json& n = ns[i];
-        col(n["local_port"].get<std::string>(), 6);
+        col(n["local_port"].get<std::string>(), 9);
         col(n["chassis_id"].get<std::string>(), 17);
         col(n["port_id"].get<std::string>(), 12);
-        col(n["system_name"].get<std::string>(), 12);
+        col(n["system_name"].get<std::string>(), 11);
         col(capabilityLetters(capsEnabled[i]), 5);
         col(n["ttl_left_seconds"].dump(), 5);
-        col(n["management_address"].is_string() ? n["management_address"].get<std::string>() : "", 17, true);
+        col(n["management_address"].is_string() ? n["management_address"].get<std::string>() : "", 15, true);
         out += '\n';
       }
       out += "\nTotal entries displayed: " + std::to_string(ns.size()) + "\n";

@@ -137,15 +137,7 @@ class Watcher {
       Json j;
       j["time"] = stamp;
       j["event"] = what;
-      j["local_port"] = port;
-      j["local_unit"] = n.index.port;
-      j["remote_index"] = n.index.remIndex;
-      j["chassis_id_subtype"] = chassisSubtypeName(n.chassisIdSubtype);
-      j["chassis_id"] = chassis;
-      j["port_id_subtype"] = portSubtypeName(n.portIdSubtype);
-      j["port_id"] = portId;
-      j["system_name"] = n.sysName;
-      j["ttl_left_seconds"] = n.ttl;
+      neighbourBasicJson(j, n, *names_, std::nullopt);
       std::cout << j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
     } else {
       ::localtime_r(&t, &tm);
