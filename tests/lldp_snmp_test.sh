@@ -126,7 +126,7 @@ want=$(python3 -c 'import sys; b=bytes.fromhex(sys.argv[1]); print(b.decode() if
 pass "snmpwalk: lldpRemSysName bravo and lldpRemPortId $pid at index $index, the agent's record"
 
 ins=$(snmp snmpget -c public 127.0.0.1:$PORT $LLDP.1.2.2.0 | sed 's/.*Gauge32: //')
-agent_ins=$(ip netns exec "$A" "$CTL" -s "$TMP/alpha.sock" call 1 0 8 | python3 -c 'import json,sys; print(json.load(sys.stdin)["value"])')
+agent_ins=$(ip netns exec "$A" "$CTL" -s "$TMP/alpha.sock" -f json show statistics | python3 -c 'import json,sys; print(json.load(sys.stdin)["remote_table"]["inserts"])')
 [ -n "$ins" ] && [ "$ins" = "$agent_ins" ] && [ "$ins" -ge 1 ] ||
   fail "lldpStatsRemTablesInserts $ins, agent's inserts $agent_ins"
 pass "lldpStatsRemTablesInserts $ins equals the agent's statistic"
@@ -178,7 +178,7 @@ pass "lldpXMedRemDeviceClass reads bravo's class 3"
 kill "$PID_bravo"
 wait_for alpha "reason=[delete]" 1 20
 wait_trap "$TCE" 2
-dels=$(ip netns exec "$A" "$CTL" -s "$TMP/alpha.sock" call 1 0 9 | python3 -c 'import json,sys; print(json.load(sys.stdin)["value"])')
+dels=$(ip netns exec "$A" "$CTL" -s "$TMP/alpha.sock" -f json show statistics | python3 -c 'import json,sys; print(json.load(sys.stdin)["remote_table"]["deletes"])')
 grep -A6 -F "OID: .$TCE" "$TMP/traps.log" | grep -q -F "$LLDP.1.2.3.0 = Gauge32: $dels" ||
   fail "no lldpRemTablesChange with lldpStatsRemTablesDeletes $dels: $(cat "$TMP/traps.log")"
 pass "lldpRemTablesChange when bravo went (deletes $dels)"
