@@ -37,9 +37,9 @@
 #            delivered frame, in microseconds
 #   rss0/1   VmRSS before and after, KiB; anon0/1 the same for RssAnon
 #
-# The rows are followed by the idle figures: the resident memory of an agent
-# started with etc/lldp.conf as it is, settled, with one port; and the
-# memory of 1,000 neighbours: RssAnon after case b minus before, divided by
+# The rows are followed by the idle figures: the resident memory (anonymous,
+# file-backed, shared) of an agent started with etc/lldp.conf as it is,
+# settled, with one port; and the memory of 1,000 neighbours: RssAnon after case b minus before, divided by
 # the neighbours the agent holds (its inserts - deletes). That is what a
 # neighbour costs the process, malloc's overhead and fragmentation included;
 # the agent has no heap counter of its own.
@@ -305,7 +305,8 @@ table() {
   conf "$TMP/idle.conf"
   start_agent "$TMP/idle.conf"
   sleep 3
-  echo "idle with etc/lldp.conf, 1 port: VmRSS $(status "$APID" VmRSS) KiB, RssAnon $(status "$APID" RssAnon) KiB"
+  echo "idle with etc/lldp.conf, 1 port: VmRSS $(status "$APID" VmRSS) KiB, RssAnon $(status "$APID" RssAnon) KiB," \
+    "RssFile $(status "$APID" RssFile) KiB, RssShmem $(status "$APID" RssShmem) KiB"
   stop_agent
   if [ -s "$TMP/heap" ]; then
     awk '$3 > 0 {printf "%d neighbours learnt (case b): RssAnon %d -> %d KiB, %.0f bytes per neighbour\n",

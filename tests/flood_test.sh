@@ -25,7 +25,7 @@ echo "$rows" | awk '{ if ($2 != 3000 || $3 != $2 || $4 != 0 || $5 != $3 || $6 !=
 # 1,000 neighbours, of which case d breaks every fifth frame.
 [ "$(echo "$rows" | awk '$1 == "b@2k" {print $14}')" = 1000 ] || fail "case b: not 1000 neighbours: $rows"
 [ "$(echo "$rows" | awk '$1 == "d@2k" {print $14}')" = 800 ] || fail "case d: not 800 neighbours: $rows"
-grep -q -E '^idle with etc/lldp.conf, 1 port: VmRSS [0-9]+ KiB, RssAnon [0-9]+ KiB$' "$TMP/out.log" ||
+grep -q -E '^idle with etc/lldp.conf, 1 port: VmRSS [0-9]+ KiB, RssAnon [0-9]+ KiB, RssFile [0-9]+ KiB, RssShmem [0-9]+ KiB$' "$TMP/out.log" ||
   fail "no idle line: $(cat "$TMP/out.log")"
 # Its namespaces (named after its process) are gone.
 ip netns list | grep -q "^fl$run-" && fail "namespaces fl$run-* left behind"
