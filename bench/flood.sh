@@ -21,15 +21,14 @@
 #                number of thousands); without @ at tcpreplay's top speed
 #   sent     frames tcpreplay put on the wire
 #   arrived  frames the agent's interface received (its rx_packets)
-#   sockd    frames the agent's frame socket dropped by its own count: the
-#            socket's drop counter, `ss -0 -m` skmem d, which the kernel
-#            raises for a full receive queue but not for a full receive
-#            ring (PACKET_RX_RING); so for a ring it stays 0
+#   sockd    frames the agent's frame socket dropped: the kernel's
+#            PACKET_STATISTICS, read through a duplicate of the socket (see
+#            drops below), which counts a full receive queue and a full
+#            receive ring alike
 #   deliv    frames delivered to the agent: the agent's own count of frames
 #            received (its global counter 41) over the run
 #   lost     arrived - deliv: frames that reached the interface but never
-#            the agent, dropped by the socket whatever its kind (for a plain
-#            socket lost = sockd, for a ring the ring's drops)
+#            the agent; equal to sockd, found without asking the socket
 #   lost%    lost / arrived
 #   kfps     sent frames per second (thousands), as tcpreplay reports it
 #   us/fr    the agent's whole-process CPU (user + system, all threads, from
@@ -39,10 +38,11 @@
 #
 # The rows are followed by the idle figures: the resident memory (anonymous,
 # file-backed, shared) of an agent started with etc/lldp.conf as it is,
-# settled, with one port; and the memory of 1,000 neighbours: RssAnon after case b minus before, divided by
-# the neighbours the agent holds (its inserts - deletes). That is what a
-# neighbour costs the process, malloc's overhead and fragmentation included;
-# the agent has no heap counter of its own.
+# settled, with one port; and the memory of 1,000 neighbours: RssAnon after
+# case b minus before, divided by the neighbours the agent holds (its
+# inserts - deletes). That is what a neighbour costs the process, malloc's
+# overhead and fragmentation included; the agent has no heap counter of its
+# own.
 #
 # Soak (SOAK=seconds): one agent for that long while a sender churns
 # neighbours (sets of 200 chassis with a 4-second TTL, a new set every
@@ -52,12 +52,13 @@
 # prints VmRSS and RssAnon every SAMPLE seconds (60; 10 when SOAK < 300) and
 # fails (exit 1) when the agent dies, when a sanitizer reports, or when
 # RssAnon after the warm-up (the first minute, or a third of a shorter soak)
-# grows by more than SOAK_SLACK KiB (256, below). With an AddressSanitizer
-# build (BUILD=build-asan, `make sanitize` makes one) memory figures are
-# printed but not judged: the sanitizer's quarantine holds freed memory.
+# grows by more than SOAK_SLACK KiB (256; why in docs/benchmarks.md). With
+# an AddressSanitizer build (BUILD=build-asan, `make bench-soak-asan`) memory
+# figures are printed but not judged, the sanitizer's quarantine holding
+# freed memory; its leak check at the agent's orderly stop judges instead.
 #
-# Environment: BUILD (build), FRAMES (500000), RUNS (1: every
-# case RUNS times), CASES ("a b c d e a@50k b@50k"), PORTS (256), SOAK,
+# Environment: BUILD (build), FRAMES (500000), RUNS (1: every case RUNS
+# times), CASES ("a b c d e a@50k b@50k"), PORTS (256), SOAK,
 # SAMPLE, SOAK_SLACK, KEEP_TMP=1 keeps the logs. Frames go only between the
 # namespaces made here, which are removed on exit, also on failure.
 #
