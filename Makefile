@@ -6,7 +6,8 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 CONF ?= etc/lldp.conf
 
-.PHONY: all deps configure build agent test run install deb sanitize fuzz bench lab lab-down clean help
+.PHONY: all deps configure build agent test run install deb sanitize fuzz bench bench-flood bench-soak \
+        bench-soak-asan lab lab-down clean help
 
 all: build
 
@@ -21,6 +22,10 @@ help:
 	@echo "make sanitize  the tests under AddressSanitizer + UndefinedBehaviorSanitizer"
 	@echo "make fuzz      run the fuzz targets (received frames for FUZZ_SECONDS=60, the rest half)"
 	@echo "make bench     run the benchmarks"
+	@echo "make bench-flood  receive throughput of a real agent flooded in network namespaces"
+	@echo "               (root; FRAMES=500000 RUNS=1 CASES='a b c d e a@50k b@50k')"
+	@echo "make bench-soak   the agent under neighbour churn, link flaps, ports coming and going for"
+	@echo "               SOAK=60 seconds, RSS printed and judged (root); bench-soak-asan: under ASan"
 
 # Only the daemon, for run and lab.
 agent: configure
@@ -97,6 +102,20 @@ fuzz: deps
 bench: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target tx_bench rx_bench client_bench sync_bench
 	@for b in $(BUILD)/bench/*_bench; do [ -x "$$b" ] && "$$b"; done
+
+# bench/flood.sh: the receive-throughput table, or with SOAK=seconds the soak.
+# Its knobs (FRAMES, RUNS, CASES, PORTS, SOAK, SAMPLE, SOAK_SLACK) come from
+# the command line or the environment.
+bench-flood: agent
+	@cmake --build $(BUILD) -j $(JOBS) --target lldpctl
+	@BUILD=$(abspath $(BUILD)) bash bench/flood.sh
+
+bench-soak: agent
+	@cmake --build $(BUILD) -j $(JOBS) --target lldpctl
+	@BUILD=$(abspath $(BUILD)) SOAK=$${SOAK:-60} bash bench/flood.sh
+
+bench-soak-asan:
+	@$(MAKE) bench-soak BUILD=build-asan CMAKE_FLAGS="-DLLDP_SANITIZE=ON -DLLDP_BENCH=OFF"
 
 clean:
 	rm -rf build build-asan build-fuzz

@@ -4,9 +4,10 @@
 #
 #   bench/neighbours.sh            (root; N=10000 by default)
 #
-# The agent runs in one namespace; typical LLDPDUs (about 300 bytes, every TLV
-# family, one chassis each, TTL 65535) are replayed into its port with
-# tcpreplay from another namespace until its remote table holds N records.
+# The agent runs in one namespace; typical LLDPDUs (303 bytes, every TLV
+# family, one chassis each, TTL 65535; bench/lldpdu_pcap.py) are replayed
+# into its port with tcpreplay from another namespace until its remote table
+# holds N records.
 # The script prints the agent's resident anonymous memory (RssAnon) before
 # and after, and the difference per neighbour: what a neighbour costs the
 # process, heap overhead and fragmentation included. Then it runs the
@@ -71,31 +72,8 @@ rss() { awk '/^RssAnon:/ {print $2 * 1024}' "/proc/$APID/status"; }
 
 for _ in $(seq 50); do [ -S "$SOCK" ] && break; sleep 0.1; done
 [ -S "$SOCK" ] || die "the agent did not start: $(cat "$TMP/agent.log")"
-# The neighbours' frames, as a pcap for tcpreplay.
-python3 - "$TMP/frames.pcap" "$N" <<'EOF'
-import struct, sys
-path, n = sys.argv[1], int(sys.argv[2])
-def tlv(t, v): return struct.pack(">H", (t << 9) | len(v)) + v
-def org(oui, sub, v): return tlv(127, oui + bytes([sub]) + v)
-DOT1, DOT3, MED = b"\x00\x80\xc2", b"\x00\x12\x0f", b"\x00\x12\xbb"
-with open(path, "wb") as f:
-    f.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, 1))
-    for i in range(n):
-        body = (tlv(1, b"\x07" + b"chassis-%05d" % i) + tlv(2, b"\x05GigabitEthernet1/0/24")
-                + tlv(3, struct.pack(">H", 65535))
-                + tlv(4, b"uplink to distribution switch, rack 7") + tlv(5, b"access-sw-%d" % i)
-                + tlv(6, b"Switch OS 15.2(7)E3, compiled 2026-03-01 by release engineering")
-                + tlv(7, bytes([0x00, 0x14, 0x00, 0x04]))
-                + tlv(8, bytes([5, 1, 10, 1, 7, 17, 2, 0, 0, 0, 24, 11, 0x06, 0x09, 0x2B, 0x06, 0x01, 0x02,
-                                0x01, 0x04, 0x14, 0x01, 0x01]))
-                + org(DOT1, 1, b"\x00\x64") + org(DOT1, 3, b"\x00\x64\x05users")
-                + org(DOT3, 1, bytes([0x03, 0x6C, 0x01, 0x00, 0x1E])) + org(DOT3, 4, b"\x05\xf2")
-                + org(MED, 1, b"\x00\x33\x04") + org(MED, 2, b"\x01\x40\x15\x6e") + org(MED, 5, b"HW 2.1")
-                + tlv(0, b""))
-        src = bytes([0x02, 0x00, 0x00, (i >> 16) & 255, (i >> 8) & 255, i & 255])
-        frame = b"\x01\x80\xc2\x00\x00\x0e" + src + b"\x88\xcc" + body
-        f.write(struct.pack("<IIII", 0, 0, len(frame), len(frame)) + frame)
-EOF
+# The neighbours' frames, as a pcap for tcpreplay (TTL 65535: none ages out).
+TTL=max python3 "$ROOT/bench/lldpdu_pcap.py" "$TMP/frames.pcap" many "$N"
 [ -s "$TMP/frames.pcap" ] || die "cannot write the frames"
 sleep 2  # the port is taken in and the agent settles
 
