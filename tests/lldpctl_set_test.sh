@@ -123,7 +123,7 @@ if [ $(( 0x$medsup & 0xe000 )) = $((0xe000)) ]; then
   [ "$pol" = /10/6/40/1 ] || fail "voice policy reads back $pol, expected /10/6/40/1"
   ctl port ab set location coordinate north,35.5,east,139.25,meters,12.5,wgs84 || fail "coordinates"
   text=$(ctl call 64 0 1 --key-words "$unit,1" --size 100)
-  text=$(echo "$(json hex "$text")" | xxd -r -p)
+  text=$(python3 -c 'import sys; print(bytes.fromhex(sys.argv[1]).decode())' "$(json hex "$text")")
   [ "$text" = "north,35.500000,east,139.250000,meters,12.5,wgs84," ] || fail "coordinates read back '$text'"
   ctl port ab set location civic 'de;a3=Berlin;hno=7' || fail "civic"
   civic=$(json hex "$(ctl call 64 0 2 --key-words "$unit,2" --size 300)")
