@@ -374,9 +374,17 @@ int zorScalarGetApi(uint32_t /*unit*/, uint32_t objId, void* out) {
       return s.empty() ? -1 : putString(out, s);
     }
     case 39: {
-      uint8_t oui[3];
-      // Default: a company ID with the locally-assigned bit, not an IEEE OUI.
-      if (!parseMac(lnx::optString("host.privateoui", "0a:00:5a"), oui, 3)) return -1;
+      // Asked for every frame received. Default: a company ID with the
+      // locally-assigned bit, not an IEEE OUI. Bit 24 says the option parsed.
+      static std::atomic<uint64_t> cell{0};
+      const uint32_t v = lnx::optCached(&cell, [] {
+        uint8_t o[3];
+        if (!parseMac(lnx::optString("host.privateoui", "0a:00:5a"), o, 3)) return 0u;
+        return 1u << 24 | uint32_t{o[0]} << 16 | uint32_t{o[1]} << 8 | o[2];
+      });
+      if (!(v >> 24)) return -1;
+      const uint8_t oui[3] = {static_cast<uint8_t>(v >> 16), static_cast<uint8_t>(v >> 8),
+                              static_cast<uint8_t>(v)};
       return putOctets(out, oui, 3);
     }
     case 49: { auto s = inventory("host.serial", "product_serial"); return s.empty() ? -1 : putString(out, s); }

@@ -7,6 +7,7 @@
 // accessors below take it themselves and hand out copies.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -62,6 +63,22 @@ std::string optString(const std::string& key, const std::string& dflt);
 long optLong(const std::string& key, long dflt);
 bool optBool(const std::string& key, bool dflt);
 bool optKnownKey(const std::string& key);
+// Changes whenever the store does (load, reload, set, clear).
+uint64_t optGeneration();
+// A 32-bit value computed from the options, computed again only after they
+// change: what the receive path asks for every frame (the stack unit, the
+// private OUI) costs an atomic load instead of a look-up and a parse. The
+// generation and the value share one word, so a reader never pairs a value
+// with the wrong generation.
+template <typename Compute>
+uint32_t optCached(std::atomic<uint64_t>* cell, Compute compute) {
+  const uint64_t gen = optGeneration() & 0xFFFFFFFFu;
+  const uint64_t c = cell->load(std::memory_order_acquire);
+  if ((c >> 32) == gen) return static_cast<uint32_t>(c);
+  const uint32_t v = compute();
+  cell->store(gen << 32 | v, std::memory_order_release);
+  return v;
+}
 
 // ---- Link table --------------------------------------------------------------
 // One entry per Linux interface of the agent's namespace (ports and others),
