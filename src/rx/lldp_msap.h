@@ -1,6 +1,7 @@
 // Msap: one remote system (the pair chassis ID and port ID of a neighbour),
-// held at once in gLldpInfo.msapTable (ordered by time mark, port, remIndex)
-// and in its port's msapList (most recently inserted or changed first).
+// held at once in gLldpInfo.msapTable (ordered by time mark, port, remIndex),
+// in its port's msapList (most recently inserted or changed first) and in
+// gLldpInfo.msapIndex (by port and identifier, for the receive path).
 //
 // A record is built zero-filled by lldpRxFrame (or by the sync receiver),
 // owns every buffer and list it points to, and is freed whole by
@@ -87,6 +88,7 @@ constexpr int LLDP_MED_INV_MAX = 32;
 struct Msap {
   AvlNode node;       // owned by msapTable; first in the record
   LldpListHead link;  // in the port's msapList
+  Msap* idxNext;      // next in its gLldpInfo.msapIndex bucket
   uint8_t* id;        // chassis ID, 0, port ID, 0
   uint8_t idLen;      // wraps modulo 256 by design
   uint8_t mac[6];
@@ -167,6 +169,13 @@ int lldpMibUpdateObject(LldpPort* port, Msap* msap);
 int lldpMibDeleteObject(LldpPort* port, Msap* msap);
 int lldpMibDeleteOldestObject(LldpPort* port);
 int lldpPortMsapCleanup(LldpPort* port);
+
+// The identifier index. A record is in the index exactly while it is in its
+// port's msapList; each port holds an identifier once. lldpMsapIndexDel is
+// harmless for a record that is not in the index.
+Msap* lldpMsapIndexFind(uint32_t unit, const uint8_t* id, uint8_t idLen);
+void lldpMsapIndexAdd(Msap* msap);
+void lldpMsapIndexDel(Msap* msap);
 
 // The Msap that holds a port-list link.
 inline Msap* lldpMsapFromLink(LldpListHead* l) {

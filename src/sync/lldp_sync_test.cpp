@@ -62,6 +62,7 @@ Bytes everyFamilyMessage(uint32_t t, uint32_t idx) {
 Msap* detach(Msap* m) {
   avl_remove(&gLldpInfo.msapTable, m);
   lldpListUnlink(&m->link);
+  lldpMsapIndexDel(m);
   return m;
 }
 
