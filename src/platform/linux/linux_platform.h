@@ -280,6 +280,11 @@ std::vector<CmdRequest> stackRequests(uintptr_t index, uint32_t cmdId, const Zor
 // Waits (up to 5 s) until every queued command has been delivered.
 void stackDrain();
 
+// Tells the service manager the process's state ("READY=1", "STOPPING=1",
+// ...): one datagram to the socket NOTIFY_SOCKET names (a path, or an
+// abstract name written with a leading '@'). True when it was sent; nothing
+// is sent, and false returned, without NOTIFY_SOCKET.
+bool notifyServiceManager(const std::string& state);
 // ---- Process (linux_proc.cpp) ------------------------------------------------
 // Names the calling thread after an agent task: "lldpagent:" and the task's
 // name without its "lldp" and "task" ends ("lldptask" -> "lldpagent:task",
