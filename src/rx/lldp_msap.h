@@ -60,6 +60,7 @@ struct LldpRemMedPolicy {
 };
 
 // Location data of one format (bytes after the format byte).
+constexpr int LLDP_MED_LOCATION_FORMATS = 3;  // 1 coordinate, 2 civic, 3 ELIN
 struct LldpRemLocation {
   uint16_t len;
   uint8_t* data;  // owned
@@ -84,6 +85,13 @@ enum LldpInvSlot {
 // LLDP-MED inventory strings are at most 32 bytes (TIA-1057); a longer one is
 // kept from its first 32 bytes.
 constexpr int LLDP_MED_INV_MAX = 32;
+
+// The LLDP-ZOR strings of a neighbour, apart from its record: most
+// neighbours send none, and a neighbour record is kept small.
+struct LldpRemPriStrings {
+  LldpRemString inventory[LLDP_INV_COUNT];
+  LldpRemString sysOid;
+};
 
 struct Msap {
   AvlNode node;       // owned by msapTable; first in the record
@@ -143,7 +151,9 @@ struct Msap {
   uint8_t medCapSupported[2];  // as received
   uint8_t medCapEnabled[2];    // received-TLV map; bit 0 makes a MED neighbour
   LldpRemMedPolicy medPolicy[8];
-  LldpRemLocation medLocation[3];  // formats 1 coordinate, 2 civic, 3 ELIN
+  // Slot format - 1; allocated with the first location received, owned.
+  // Read through lldpRemMedLocation.
+  LldpRemLocation* medLocation;
   uint8_t medDevType;
   uint8_t medPowerType, medPowerSource, medPowerPriority;
   uint16_t medPowerVal;
@@ -152,9 +162,29 @@ struct Msap {
   // Private LLDP-ZOR
   uint8_t priCapSupported[2];  // bit-reversed as stored
   uint8_t priCapEnabled[2];    // received-TLV map
-  LldpRemString priInventory[LLDP_INV_COUNT];
-  LldpRemString priSysOid;
+  // Allocated with the first string received, owned. Read through
+  // lldpRemPriInventory and lldpRemPriSysOid.
+  LldpRemPriStrings* priStrings;
 };
+
+// What a neighbour sent, or an empty location or string when it sent none.
+inline const LldpRemLocation& lldpRemMedLocation(const Msap* m, int format) {
+  static const LldpRemLocation kNone{};
+  return m->medLocation != nullptr ? m->medLocation[format - 1] : kNone;
+}
+inline const LldpRemString& lldpRemPriInventory(const Msap* m, int slot) {
+  static const LldpRemString kNone{};
+  return m->priStrings != nullptr ? m->priStrings->inventory[slot] : kNone;
+}
+inline const LldpRemString& lldpRemPriSysOid(const Msap* m) {
+  static const LldpRemString kNone{};
+  return m->priStrings != nullptr ? m->priStrings->sysOid : kNone;
+}
+// The slots to fill, allocating their block the first time; nullptr when
+// memory is exhausted.
+LldpRemLocation* lldpRemMedLocationSlot(Msap* m, int format);
+// slot LLDP_INV_COUNT is the system OID.
+LldpRemString* lldpRemPriStringSlot(Msap* m, int slot);
 
 inline bool lldpMsapIsMed(const Msap* m) { return (m->medCapEnabled[0] & 0x80) != 0; }
 

@@ -122,10 +122,10 @@ bool medEq(const Msap* a, const Msap* b) {
         p.priority != q.priority || p.dscp != q.dscp || p.vid != q.vid)
       return false;
   }
-  for (int i = 0; i < 3; ++i)
-    if (a->medLocation[i].len != b->medLocation[i].len ||
-        !bytesEq(a->medLocation[i].data, b->medLocation[i].data, a->medLocation[i].len))
-      return false;
+  for (int f = 1; f <= LLDP_MED_LOCATION_FORMATS; ++f) {
+    const LldpRemLocation &p = lldpRemMedLocation(a, f), &q = lldpRemMedLocation(b, f);
+    if (p.len != q.len || !bytesEq(p.data, q.data, p.len)) return false;
+  }
   for (int i = 0; i < LLDP_INV_COUNT; ++i)
     if (!stringEq(a->medInventory[i], b->medInventory[i])) return false;
   return true;
@@ -133,10 +133,11 @@ bool medEq(const Msap* a, const Msap* b) {
 
 bool privEq(const Msap* a, const Msap* b) {
   if (std::memcmp(a->priCapSupported, b->priCapSupported, 2) != 0 ||
-      std::memcmp(a->priCapEnabled, b->priCapEnabled, 2) != 0 || !stringEq(a->priSysOid, b->priSysOid))
+      std::memcmp(a->priCapEnabled, b->priCapEnabled, 2) != 0 ||
+      !stringEq(lldpRemPriSysOid(a), lldpRemPriSysOid(b)))
     return false;
   for (int i = 0; i < LLDP_INV_COUNT; ++i)
-    if (!stringEq(a->priInventory[i], b->priInventory[i])) return false;
+    if (!stringEq(lldpRemPriInventory(a, i), lldpRemPriInventory(b, i))) return false;
   return true;
 }
 
@@ -250,6 +251,20 @@ void lldpMsapIndexDel(Msap* msap) {
   }
 }
 
+LldpRemLocation* lldpRemMedLocationSlot(Msap* m, int format) {
+  if (m->medLocation == nullptr)
+    m->medLocation =
+        static_cast<LldpRemLocation*>(silCalloc(LLDP_MED_LOCATION_FORMATS, sizeof(LldpRemLocation)));
+  return m->medLocation != nullptr ? &m->medLocation[format - 1] : nullptr;
+}
+
+LldpRemString* lldpRemPriStringSlot(Msap* m, int slot) {
+  if (m->priStrings == nullptr)
+    m->priStrings = static_cast<LldpRemPriStrings*>(silCalloc(1, sizeof(LldpRemPriStrings)));
+  if (m->priStrings == nullptr) return nullptr;
+  return slot < LLDP_INV_COUNT ? &m->priStrings->inventory[slot] : &m->priStrings->sysOid;
+}
+
 int lldpMsapEntyrCmp(const void* a, const void* b) {
   const auto* x = static_cast<const Msap*>(a);
   const auto* y = static_cast<const Msap*>(b);
@@ -320,10 +335,17 @@ int lldpMsapCleanup(Msap** pm) {
     silFree(e);
     e = next;
   }
-  for (auto& loc : m->medLocation) silFree(loc.data);
+  if (m->medLocation != nullptr)
+    for (int i = 0; i < LLDP_MED_LOCATION_FORMATS; ++i) silFree(m->medLocation[i].data);
+  silFree(m->medLocation);
+  m->medLocation = nullptr;
   for (auto& s : m->medInventory) freeStr(s);
-  for (auto& s : m->priInventory) freeStr(s);
-  freeStr(m->priSysOid);
+  if (m->priStrings != nullptr) {
+    for (auto& s : m->priStrings->inventory) freeStr(s);
+    freeStr(m->priStrings->sysOid);
+  }
+  silFree(m->priStrings);
+  m->priStrings = nullptr;
   silFree(m);
   *pm = nullptr;
   return 0;
