@@ -259,6 +259,32 @@ uint16_t gRegisteredEtherType = 0x88CC;
 }  // namespace
 
 int zorIfGetApi(uint32_t unit, uint32_t objId, void* out) {
+  // The TPID (asked twice for every frame received), the PVID and the VLAN
+  // filter of a tagged one come from the options: they need the link to be
+  // there, not a copy of its record, and the options only when they change.
+  switch (objId) {
+    case 159:
+    case 162:
+    case 211: {
+      if (!lnx::linkLive(unit)) return -1;
+      static std::atomic<uint64_t> pvid{0}, tpid{0}, filter{0};
+      if (objId == 159)
+        return putInt(out, lnx::optCached(&pvid, [] {
+                        return static_cast<uint32_t>(lnx::optLong("host.pvid", 1));
+                      }));
+      if (objId == 162)
+        return putInt(out, lnx::optCached(&tpid, [] {
+                        return static_cast<uint32_t>(lnx::optLong("host.tpid", 0x8100));
+                      }));
+      // Tagged LLDPDUs are held against the PVID unless switched off.
+      return lnx::optCached(&filter, [] { return lnx::optBool("host.vlanfilter", true) ? 1u : 0u; }) ? 0
+                                                                                                   : -1;
+    }
+    case 210:  // the VID is taken as it is
+      return lnx::linkLive(unit) ? 0 : -1;
+    default:
+      break;
+  }
   lnx::Link l;
   const bool known = lnx::linkGet(unit, &l);
   if (objId == 13) return putInt(out, known && l.isPort && !l.gone ? 0 : 1);
@@ -312,14 +338,6 @@ int zorIfGetApi(uint32_t unit, uint32_t objId, void* out) {
       const uint8_t b[2] = {static_cast<uint8_t>(bits >> 8), static_cast<uint8_t>(bits)};
       return putOctets(out, b, 2);
     }
-    case 159:
-      return putInt(out, static_cast<uint32_t>(lnx::optLong("host.pvid", 1)));
-    case 162:
-      return putInt(out, static_cast<uint32_t>(lnx::optLong("host.tpid", 0x8100)));
-    case 210:  // the VID is taken as it is
-      return 0;
-    case 211:  // tagged LLDPDUs are held against the PVID unless switched off
-      return lnx::optBool("host.vlanfilter", true) ? 0 : -1;
     case 235: {
       lnx::Link m;
       const bool inAgg = l.master && lnx::linkGet(lnx::unitOfIfindex(l.master), &m) &&

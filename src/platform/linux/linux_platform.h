@@ -106,6 +106,8 @@ bool linkIsPortCandidate(const Link& l);
 bool linkOperUp(const Link& l);
 
 bool linkGet(uint32_t unit, Link* out);
+// Whether the unit has a link that is not gone, without copying its record.
+bool linkLive(uint32_t unit);
 std::vector<Link> linkAll();
 // Replaces an entry (the netlink thread, the stack and tests); a link without
 // a unit gets the unit of its ifindex.
