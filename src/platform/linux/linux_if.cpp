@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fstream>
+#include <mutex>
 #include <string>
 
 #include <arpa/inet.h>
@@ -160,7 +162,7 @@ struct Addr {
   uint8_t bytes[16];
 };
 
-std::vector<Addr> hostAddresses() {
+std::vector<Addr> readHostAddresses() {
   std::vector<Addr> out;
   ifaddrs* list = nullptr;
   if (getifaddrs(&list) != 0) return out;
@@ -192,6 +194,29 @@ std::vector<Addr> hostAddresses() {
   std::stable_sort(out.begin(), out.end(),
                    [](const Addr& a, const Addr& b) { return a.ifindex < b.ifindex; });
   return out;
+}
+
+// The host's addresses, read again at most every kHostAddrMs. Building the
+// frames of many ports asks for them once per port and address family, and
+// every read is a netlink dump of each interface and address of the host:
+// with 256 ports whose frames fall due in the same second, reading them
+// each time held the agent off its receive ring long enough to lose frames.
+constexpr int64_t kHostAddrMs = 1000;
+std::vector<Addr> hostAddresses() {
+  static std::mutex lock;
+  static std::vector<Addr> cached;
+  static int64_t readAt = 0;
+  static bool read = false;
+  timespec t{};
+  ::clock_gettime(CLOCK_MONOTONIC, &t);
+  const int64_t now = int64_t{t.tv_sec} * 1000 + t.tv_nsec / 1000000;
+  std::lock_guard<std::mutex> g(lock);
+  if (!read || now - readAt >= kHostAddrMs) {
+    cached = readHostAddresses();
+    readAt = now;
+    read = true;
+  }
+  return cached;
 }
 
 bool configuredMgmtAddr(uint8_t family, Addr* out) {
