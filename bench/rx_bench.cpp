@@ -2,6 +2,11 @@
 // family) received as an unchanged refresh, as a change and as a new
 // neighbour; and one second of the machine with 1024 ports of 4 neighbours.
 #include <benchmark/benchmark.h>
+#include <malloc.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
 
 #include "core/lldp_task.h"
 #include "rx/rx_test_util.h"
@@ -55,6 +60,38 @@ void BM_RxNewNeighbourThenShutdown(benchmark::State& state) {
   if (gLldpInfo.statsRemTablesInserts != gLldpInfo.statsRemTablesDeletes) state.SkipWithError("unbalanced");
 }
 BENCHMARK(BM_RxNewNeighbourThenShutdown);
+
+// The heap a learnt neighbour holds: 1,000 typical neighbours learnt on one
+// port, the C heap in use (mallinfo2) before and after, per neighbour. The
+// timing is of the learning of all 1,000.
+void BM_RxHeapPerNeighbour(benchmark::State& state) {
+  constexpr int kNeighbours = 1000;
+  std::vector<Frame> frames;
+  for (int i = 0; i < kNeighbours; ++i) {
+    char name[32];
+    std::snprintf(name, sizeof name, "chassis-%05d", i);
+    frames.push_back(typicalNeighbour(name, std::string("access-sw-") + std::to_string(i)));
+  }
+  double perNeighbour = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      Quiet a(kNeighbours + 8);
+      a.recv(frames[0]);  // the port's own first allocations
+      const size_t before = mallinfo2().uordblks;
+      state.ResumeTiming();
+      for (int i = 1; i < kNeighbours; ++i) a.recv(frames[static_cast<size_t>(i)]);
+      state.PauseTiming();
+      const size_t after = mallinfo2().uordblks;
+      perNeighbour = static_cast<double>(after - before) / (kNeighbours - 1);
+      if (gLldpInfo.memCurRems != kNeighbours) state.SkipWithError("not every neighbour learnt");
+    }
+    state.ResumeTiming();
+  }
+  state.counters["heap_bytes_per_neighbour"] = perNeighbour;
+  state.SetLabel(std::to_string(frames[0].b.size()) + " bytes");
+}
+BENCHMARK(BM_RxHeapPerNeighbour)->Unit(benchmark::kMillisecond)->Iterations(5);
 
 // The shutdown half alone, to split the pair above.
 void BM_RxShutdownOfUnknownNeighbour(benchmark::State& state) {

@@ -223,7 +223,7 @@ TEST_F(RoundTrip, EveryFamily) {
               (V{t, vid, pri, dscp, unknown == 1, tagged == 1})) << t;
   }
   for (int f = 0; f < 3; ++f)
-    EXPECT_EQ(bytes(m->medLocation[f].data, m->medLocation[f].len),
+    EXPECT_EQ(bytes(lldpRemMedLocation(m, f + 1).data, lldpRemMedLocation(m, f + 1).len),
               bytes(s->medLocation[f].data, s->medLocation[f].len)) << f;
   // Both extended-power forms are sent (PSE, then PD); the later one is kept.
   uint32_t pdSource = 0, pdPrio = 0, pdValue = 0;
@@ -241,12 +241,12 @@ TEST_F(RoundTrip, EveryFamily) {
                            {gLldpInfo.medAssetId, gLldpInfo.medAssetIdLen}};
   for (int i = 0; i < LLDP_INV_COUNT; ++i) {
     EXPECT_EQ(bytes(m->medInventory[i].data, m->medInventory[i].len), bytes(inv[i].s, inv[i].len)) << i;
-    EXPECT_EQ(bytes(m->priInventory[i].data, m->priInventory[i].len), bytes(inv[i].s, inv[i].len)) << i;
+    EXPECT_EQ(bytes(lldpRemPriInventory(m, i).data, lldpRemPriInventory(m, i).len), bytes(inv[i].s, inv[i].len)) << i;
   }
 
   // Private LLDP-ZOR
   EXPECT_EQ(bytes(m->priCapSupported, 2), bytes(s->privTlvTxSupported, 2));
-  EXPECT_EQ(bytes(m->priSysOid.data, m->priSysOid.len), bytes(gLldpInfo.sysOid, gLldpInfo.sysOidLen));
+  EXPECT_EQ(bytes(lldpRemPriSysOid(m).data, lldpRemPriSysOid(m).len), bytes(gLldpInfo.sysOid, gLldpInfo.sysOidLen));
 
   // The Juniper TLV is not one the receive path decodes: kept whole.
   ASSERT_NE(m->orgTlvList, nullptr);

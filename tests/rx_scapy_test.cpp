@@ -155,15 +155,15 @@ std::map<std::string, Expect> expectations() {
     EXPECT_EQ((V{m->medDevType, m->medCapSupported[1], p.appType, p.unknown, p.tagged, p.vid, p.priority, p.dscp,
                  m->medPowerType, m->medPowerSource, m->medPowerPriority, m->medPowerVal}),
               (V{3, 0x33, 1, 0, 1, 10, 5, 46, 3, 2, 3, 130}));
-    EXPECT_EQ(Bytes(m->medLocation[1].data, m->medLocation[1].data + m->medLocation[1].len),
+    EXPECT_EQ(Bytes(lldpRemMedLocation(m, 2).data, lldpRemMedLocation(m, 2).data + lldpRemMedLocation(m, 2).len),
               (Bytes{0x1a, 'U', 'S', 0x00, 0x01, 0x02, 'C', 'A'}));
     EXPECT_EQ(s(m->medInventory[LLDP_INV_HWREV].data, m->medInventory[LLDP_INV_HWREV].len), "HW-1");
     EXPECT_EQ(s(m->medInventory[LLDP_INV_MODELNAME].data, m->medInventory[LLDP_INV_MODELNAME].len), "Phone 9000");
   });
   e["private"] = ok([](Msap* m) {
     EXPECT_EQ(m->priCapSupported[0], 0x28);
-    EXPECT_EQ(s(m->priSysOid.data, m->priSysOid.len), "1.3.6.1.4.1.56789");
-    EXPECT_EQ(s(m->priInventory[LLDP_INV_SN].data, m->priInventory[LLDP_INV_SN].len), "SN42");
+    EXPECT_EQ(s(lldpRemPriSysOid(m).data, lldpRemPriSysOid(m).len), "1.3.6.1.4.1.56789");
+    EXPECT_EQ(s(lldpRemPriInventory(m, LLDP_INV_SN).data, lldpRemPriInventory(m, LLDP_INV_SN).len), "SN42");
   });
   e["unknown"] = ok(
       [](Msap* m) {

@@ -6,7 +6,7 @@
 set -euo pipefail
 
 PKGS=(build-essential make cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-      clang libclang-rt-14-dev libmnl-dev libcap-dev libsystemd-dev nlohmann-json3-dev
+      clang libclang-rt-14-dev libmnl-dev libcap-dev nlohmann-json3-dev
       iproute2 procps tshark python3-scapy tcpdump tcpreplay man-db file
       libsnmp-dev snmpd snmp snmptrapd)
 # The SNMP tests run their own snmpd and snmptrapd inside network namespaces:

@@ -11,6 +11,21 @@
 #include "platform/sil.h"
 
 struct lldpMgmtAddr;
+struct Msap;
+
+// Hash index of the remote systems by port and MSAP identifier
+// (src/rx/lldp_remote.cpp), so that a received frame finds its neighbour
+// without walking the port's list. Chained through Msap::idxNext. Up to
+// LLDP_MSAP_INDEX_MIN records share the buckets held here; beyond that a
+// table twice the size of the count is allocated, and freed when the last
+// neighbour goes. All zero is an empty index.
+constexpr uint32_t LLDP_MSAP_INDEX_MIN = 64;
+struct LldpMsapIndex {
+  Msap* fixed[LLDP_MSAP_INDEX_MIN];
+  Msap** grown;  // nullptr: fixed is in use
+  uint32_t size;  // buckets of grown (a power of two)
+  uint32_t count;
+};
 
 // Destination modes.
 constexpr uint8_t LLDP_MODE_STANDARD = 1;
@@ -79,6 +94,7 @@ struct LldpInfo {
   uint32_t mgmtAddrNum;
   SilMemPool portPool;
   AvlTree msapTable;
+  LldpMsapIndex msapIndex;
   uint32_t enterpriseOid;
   uint32_t methIfEnable;
   // Word 0: up-time of the last clear; words 1..7: management scalars 41..47

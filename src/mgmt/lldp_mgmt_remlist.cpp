@@ -309,9 +309,9 @@ struct Policies {
 // received.
 struct Locations {
   static constexpr uint32_t kCount = 3;
-  static bool has(const Msap* m, uint32_t f) { return m->medLocation[f - 1].data != nullptr; }
+  static bool has(const Msap* m, uint32_t f) { return lldpRemMedLocation(m, static_cast<int>(f)).data != nullptr; }
   static uint32_t object(const Msap* m, uint32_t f, uint32_t objId, ZorValue* v) {
-    const LldpRemLocation& loc = m->medLocation[f - 1];
+    const LldpRemLocation& loc = lldpRemMedLocation(m, static_cast<int>(f));
     if (objId == 2 || (objId == 1 && f != 1)) return putBytes(v, loc.data, loc.len);
     if (objId != 1) return LLDP_MGMT_BAD_OBJECT;
     if (!lldpMgmtIsBuf(v) || loc.len < LLDP_LCI_LEN) return LLDP_MGMT_EINVAL;

@@ -147,9 +147,9 @@ uint32_t sysObject(const Msap* m, uint32_t objId, ZorValue* v) {
     case 62: case 65: return putInt(v, m->medPowerPriority);
     case 66: return putBytes(v, m->priCapSupported, 2);
     case 67: return putBytes(v, m->priCapEnabled, 2);
-    case 68: return putString(v, m->priSysOid);
+    case 68: return putString(v, lldpRemPriSysOid(m));
     case 69: case 70: case 71: case 72: case 73: case 74: case 75:
-      return putString(v, m->priInventory[objId - 69]);
+      return putString(v, lldpRemPriInventory(m, static_cast<int>(objId - 69)));
     default: return LLDP_MGMT_BAD_OBJECT;
   }
 }

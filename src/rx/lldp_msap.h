@@ -1,6 +1,7 @@
 // Msap: one remote system (the pair chassis ID and port ID of a neighbour),
-// held at once in gLldpInfo.msapTable (ordered by time mark, port, remIndex)
-// and in its port's msapList (most recently inserted or changed first).
+// held at once in gLldpInfo.msapTable (ordered by time mark, port, remIndex),
+// in its port's msapList (most recently inserted or changed first) and in
+// gLldpInfo.msapIndex (by port and identifier, for the receive path).
 //
 // A record is built zero-filled by lldpRxFrame (or by the sync receiver),
 // owns every buffer and list it points to, and is freed whole by
@@ -59,6 +60,7 @@ struct LldpRemMedPolicy {
 };
 
 // Location data of one format (bytes after the format byte).
+constexpr int LLDP_MED_LOCATION_FORMATS = 3;  // 1 coordinate, 2 civic, 3 ELIN
 struct LldpRemLocation {
   uint16_t len;
   uint8_t* data;  // owned
@@ -84,9 +86,17 @@ enum LldpInvSlot {
 // kept from its first 32 bytes.
 constexpr int LLDP_MED_INV_MAX = 32;
 
+// The LLDP-ZOR strings of a neighbour, apart from its record: most
+// neighbours send none, and a neighbour record is kept small.
+struct LldpRemPriStrings {
+  LldpRemString inventory[LLDP_INV_COUNT];
+  LldpRemString sysOid;
+};
+
 struct Msap {
   AvlNode node;       // owned by msapTable; first in the record
   LldpListHead link;  // in the port's msapList
+  Msap* idxNext;      // next in its gLldpInfo.msapIndex bucket
   uint8_t* id;        // chassis ID, 0, port ID, 0
   uint8_t idLen;      // wraps modulo 256 by design
   uint8_t mac[6];
@@ -141,7 +151,9 @@ struct Msap {
   uint8_t medCapSupported[2];  // as received
   uint8_t medCapEnabled[2];    // received-TLV map; bit 0 makes a MED neighbour
   LldpRemMedPolicy medPolicy[8];
-  LldpRemLocation medLocation[3];  // formats 1 coordinate, 2 civic, 3 ELIN
+  // Slot format - 1; allocated with the first location received, owned.
+  // Read through lldpRemMedLocation.
+  LldpRemLocation* medLocation;
   uint8_t medDevType;
   uint8_t medPowerType, medPowerSource, medPowerPriority;
   uint16_t medPowerVal;
@@ -150,9 +162,29 @@ struct Msap {
   // Private LLDP-ZOR
   uint8_t priCapSupported[2];  // bit-reversed as stored
   uint8_t priCapEnabled[2];    // received-TLV map
-  LldpRemString priInventory[LLDP_INV_COUNT];
-  LldpRemString priSysOid;
+  // Allocated with the first string received, owned. Read through
+  // lldpRemPriInventory and lldpRemPriSysOid.
+  LldpRemPriStrings* priStrings;
 };
+
+// What a neighbour sent, or an empty location or string when it sent none.
+inline const LldpRemLocation& lldpRemMedLocation(const Msap* m, int format) {
+  static const LldpRemLocation kNone{};
+  return m->medLocation != nullptr ? m->medLocation[format - 1] : kNone;
+}
+inline const LldpRemString& lldpRemPriInventory(const Msap* m, int slot) {
+  static const LldpRemString kNone{};
+  return m->priStrings != nullptr ? m->priStrings->inventory[slot] : kNone;
+}
+inline const LldpRemString& lldpRemPriSysOid(const Msap* m) {
+  static const LldpRemString kNone{};
+  return m->priStrings != nullptr ? m->priStrings->sysOid : kNone;
+}
+// The slots to fill, allocating their block the first time; nullptr when
+// memory is exhausted.
+LldpRemLocation* lldpRemMedLocationSlot(Msap* m, int format);
+// slot LLDP_INV_COUNT is the system OID.
+LldpRemString* lldpRemPriStringSlot(Msap* m, int slot);
 
 inline bool lldpMsapIsMed(const Msap* m) { return (m->medCapEnabled[0] & 0x80) != 0; }
 
@@ -167,6 +199,13 @@ int lldpMibUpdateObject(LldpPort* port, Msap* msap);
 int lldpMibDeleteObject(LldpPort* port, Msap* msap);
 int lldpMibDeleteOldestObject(LldpPort* port);
 int lldpPortMsapCleanup(LldpPort* port);
+
+// The identifier index. A record is in the index exactly while it is in its
+// port's msapList; each port holds an identifier once. lldpMsapIndexDel is
+// harmless for a record that is not in the index.
+Msap* lldpMsapIndexFind(uint32_t unit, const uint8_t* id, uint8_t idLen);
+void lldpMsapIndexAdd(Msap* msap);
+void lldpMsapIndexDel(Msap* msap);
 
 // The Msap that holds a port-list link.
 inline Msap* lldpMsapFromLink(LldpListHead* l) {

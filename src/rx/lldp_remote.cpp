@@ -2,6 +2,10 @@
 // agent-wide tree gLldpInfo.msapTable (key: time mark, local port, remIndex;
 // the index order of the management tables) and in its port's msapList
 // (most recently inserted or changed first, so the last one is the oldest).
+// gLldpInfo.msapIndex finds a port's record by its identifier in constant
+// time: a port that hears a thousand neighbours must not compare a frame's
+// identifier with each of them. The index holds the same records as the
+// ports' lists and is edited beside them.
 //
 // lldpMibUpdateObject takes the record lldpRxFrame built and decides: new
 // neighbour, unchanged refresh, changed neighbour, shutdown, or table full.
@@ -11,6 +15,8 @@
 //
 // REQUIRES: lldpLock held (protocol task, or a management operation).
 #include <cstring>
+#include <functional>
+#include <string_view>
 
 #include "base/lldp_trace.h"
 #include "platform/sil.h"
@@ -116,10 +122,10 @@ bool medEq(const Msap* a, const Msap* b) {
         p.priority != q.priority || p.dscp != q.dscp || p.vid != q.vid)
       return false;
   }
-  for (int i = 0; i < 3; ++i)
-    if (a->medLocation[i].len != b->medLocation[i].len ||
-        !bytesEq(a->medLocation[i].data, b->medLocation[i].data, a->medLocation[i].len))
-      return false;
+  for (int f = 1; f <= LLDP_MED_LOCATION_FORMATS; ++f) {
+    const LldpRemLocation &p = lldpRemMedLocation(a, f), &q = lldpRemMedLocation(b, f);
+    if (p.len != q.len || !bytesEq(p.data, q.data, p.len)) return false;
+  }
   for (int i = 0; i < LLDP_INV_COUNT; ++i)
     if (!stringEq(a->medInventory[i], b->medInventory[i])) return false;
   return true;
@@ -127,10 +133,11 @@ bool medEq(const Msap* a, const Msap* b) {
 
 bool privEq(const Msap* a, const Msap* b) {
   if (std::memcmp(a->priCapSupported, b->priCapSupported, 2) != 0 ||
-      std::memcmp(a->priCapEnabled, b->priCapEnabled, 2) != 0 || !stringEq(a->priSysOid, b->priSysOid))
+      std::memcmp(a->priCapEnabled, b->priCapEnabled, 2) != 0 ||
+      !stringEq(lldpRemPriSysOid(a), lldpRemPriSysOid(b)))
     return false;
   for (int i = 0; i < LLDP_INV_COUNT; ++i)
-    if (!stringEq(a->priInventory[i], b->priInventory[i])) return false;
+    if (!stringEq(lldpRemPriInventory(a, i), lldpRemPriInventory(b, i))) return false;
   return true;
 }
 
@@ -157,7 +164,106 @@ void freeStr(LldpRemString& s) {
   s.len = 0;
 }
 
+// ---- Identifier index ------------------------------------------------------
+
+uint32_t idHash(uint32_t unit, const uint8_t* id, uint8_t idLen) {
+  const size_t h =
+      std::hash<std::string_view>{}(std::string_view(reinterpret_cast<const char*>(id), idLen));
+  return static_cast<uint32_t>(h ^ (h >> 32)) ^ (unit * 0x9E3779B1u);
+}
+
+uint32_t msapHash(const Msap* m) { return idHash(m->unit, m->id, m->idLen); }
+
+Msap** indexBuckets(uint32_t& n) {
+  LldpMsapIndex& x = gLldpInfo.msapIndex;
+  if (x.grown != nullptr) {
+    n = x.size;
+    return x.grown;
+  }
+  n = LLDP_MSAP_INDEX_MIN;
+  return x.fixed;
+}
+
+// Moves every record to `size` buckets (LLDP_MSAP_INDEX_MIN: the fixed ones).
+// Without memory for a bigger table the chains just grow longer.
+void indexResize(uint32_t size) {
+  LldpMsapIndex& x = gLldpInfo.msapIndex;
+  Msap** fresh = x.fixed;
+  Msap* moved[LLDP_MSAP_INDEX_MIN];  // the fixed buckets' chains while they are refilled
+  uint32_t n = 0;
+  Msap** old = indexBuckets(n);
+  if (size > LLDP_MSAP_INDEX_MIN) {
+    fresh = static_cast<Msap**>(silCalloc(size, sizeof(Msap*)));
+    if (fresh == nullptr) return;
+  }
+  if (old == x.fixed) {
+    std::memcpy(moved, x.fixed, sizeof(moved));
+    old = moved;
+  }
+  std::memset(x.fixed, 0, sizeof(x.fixed));
+  for (uint32_t i = 0; i < n; ++i) {
+    for (Msap* m = old[i]; m != nullptr;) {
+      Msap* next = m->idxNext;
+      Msap*& head = fresh[msapHash(m) & (size - 1)];
+      m->idxNext = head;
+      head = m;
+      m = next;
+    }
+  }
+  silFree(x.grown);
+  x.grown = fresh == x.fixed ? nullptr : fresh;
+  x.size = fresh == x.fixed ? 0 : size;
+}
+
 }  // namespace
+
+Msap* lldpMsapIndexFind(uint32_t unit, const uint8_t* id, uint8_t idLen) {
+  uint32_t n = 0;
+  Msap** b = indexBuckets(n);
+  for (Msap* m = b[idHash(unit, id, idLen) & (n - 1)]; m != nullptr; m = m->idxNext)
+    if (m->unit == unit && m->idLen == idLen && bytesEq(m->id, id, idLen)) return m;
+  return nullptr;
+}
+
+void lldpMsapIndexAdd(Msap* msap) {
+  uint32_t n = 0;
+  Msap** b = indexBuckets(n);
+  Msap*& head = b[msapHash(msap) & (n - 1)];
+  msap->idxNext = head;
+  head = msap;
+  // At most one record per bucket on average.
+  if (++gLldpInfo.msapIndex.count > n && n < (1u << 30)) indexResize(2 * n);
+}
+
+void lldpMsapIndexDel(Msap* msap) {
+  uint32_t n = 0;
+  Msap** b = indexBuckets(n);
+  for (Msap** p = &b[msapHash(msap) & (n - 1)]; *p != nullptr; p = &(*p)->idxNext) {
+    if (*p != msap) continue;
+    *p = msap->idxNext;
+    msap->idxNext = nullptr;
+    LldpMsapIndex& x = gLldpInfo.msapIndex;
+    --x.count;
+    // A table that emptied out gives its memory back (to a quarter of its size).
+    if (x.grown != nullptr && x.count <= n / 8)
+      indexResize(n / 4 > LLDP_MSAP_INDEX_MIN ? n / 4 : LLDP_MSAP_INDEX_MIN);
+    return;
+  }
+}
+
+LldpRemLocation* lldpRemMedLocationSlot(Msap* m, int format) {
+  if (m->medLocation == nullptr)
+    m->medLocation =
+        static_cast<LldpRemLocation*>(silCalloc(LLDP_MED_LOCATION_FORMATS, sizeof(LldpRemLocation)));
+  return m->medLocation != nullptr ? &m->medLocation[format - 1] : nullptr;
+}
+
+LldpRemString* lldpRemPriStringSlot(Msap* m, int slot) {
+  if (m->priStrings == nullptr)
+    m->priStrings = static_cast<LldpRemPriStrings*>(silCalloc(1, sizeof(LldpRemPriStrings)));
+  if (m->priStrings == nullptr) return nullptr;
+  return slot < LLDP_INV_COUNT ? &m->priStrings->inventory[slot] : &m->priStrings->sysOid;
+}
 
 int lldpMsapEntyrCmp(const void* a, const void* b) {
   const auto* x = static_cast<const Msap*>(a);
@@ -229,10 +335,17 @@ int lldpMsapCleanup(Msap** pm) {
     silFree(e);
     e = next;
   }
-  for (auto& loc : m->medLocation) silFree(loc.data);
+  if (m->medLocation != nullptr)
+    for (int i = 0; i < LLDP_MED_LOCATION_FORMATS; ++i) silFree(m->medLocation[i].data);
+  silFree(m->medLocation);
+  m->medLocation = nullptr;
   for (auto& s : m->medInventory) freeStr(s);
-  for (auto& s : m->priInventory) freeStr(s);
-  freeStr(m->priSysOid);
+  if (m->priStrings != nullptr) {
+    for (auto& s : m->priStrings->inventory) freeStr(s);
+    freeStr(m->priStrings->sysOid);
+  }
+  silFree(m->priStrings);
+  m->priStrings = nullptr;
   silFree(m);
   *pm = nullptr;
   return 0;
@@ -258,17 +371,8 @@ int lldpCmpMsap(const Msap* n, const Msap* o) {
 
 int lldpMibUpdateObject(LldpPort* port, Msap* msap) {
   if (msap == nullptr) return 0;
-  // 1. The same MSAP on this port: one length test and one memcmp each.
-  Msap* old = nullptr;
-  if (!lldpListEmpty(&port->msapList)) {
-    for (LldpListHead* l = port->msapList.next; l != &port->msapList; l = l->next) {
-      Msap* cand = lldpMsapFromLink(l);
-      if (cand->idLen == msap->idLen && std::memcmp(cand->id, msap->id, msap->idLen) == 0) {
-        old = cand;
-        break;
-      }
-    }
-  }
+  // 1. The same MSAP on this port (same identifier length and bytes).
+  Msap* old = lldpMsapIndexFind(port->unit, msap->id, msap->idLen);
 
   if (old == nullptr) {
     if (msap->rxInfoTTL == 0) {
@@ -289,6 +393,7 @@ int lldpMibUpdateObject(LldpPort* port, Msap* msap) {
       msap->timeMark[0] = gLldpInfo.statsRemTablesLastChangeTime[0];
       msap->timeMark[1] = gLldpInfo.statsRemTablesLastChangeTime[1];
       lldpListPushFront(&port->msapList, &msap->link);
+      lldpMsapIndexAdd(msap);
       avl_add(&gLldpInfo.msapTable, msap);
       lldpSyncMsapSend(port, msap, LLDP_SYNC_UPDATE);
       lldpMaspNotifier(port, msap, LLDP_NOTIFY_ADD);
@@ -339,7 +444,9 @@ int lldpMibUpdateObject(LldpPort* port, Msap* msap) {
   if (isMed && !wasMed) ++port->remMedSysTotal;
   if (!isMed && wasMed) decNotBelowZero(port->remMedSysTotal);
   lldpListUnlink(&old->link);
+  lldpMsapIndexDel(old);
   lldpListPushFront(&port->msapList, &msap->link);
+  lldpMsapIndexAdd(msap);
   avl_remove(&gLldpInfo.msapTable, old);
   avl_add(&gLldpInfo.msapTable, msap);
   lldpMsapCleanup(&old);
@@ -367,6 +474,7 @@ int lldpMibDeleteObject(LldpPort* port, Msap* msap) {
   lldpMaspNotifier(port, msap, LLDP_NOTIFY_DELETE);
   avl_remove(&gLldpInfo.msapTable, msap);
   lldpListUnlink(&msap->link);
+  lldpMsapIndexDel(msap);
   lldpMsapCleanup(&msap);
   return 0;
 }

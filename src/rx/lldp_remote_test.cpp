@@ -287,6 +287,44 @@ TEST(RemoteTable, RemIndexSkipsZeroOnWrap) {
   EXPECT_EQ(first->remIndex, 0xFFFFFFFFu);
 }
 
+// Hundreds of neighbours on two ports with the same identifiers: every frame
+// finds its own port's record while the identifier index grows and shrinks.
+TEST(RemoteTable, ManyNeighboursOnTwoPortsAreFoundByIdentifier) {
+  Agent a(2000, 31, 2);
+  auto id = [](int i) { return "n" + std::to_string(i); };
+  for (int i = 0; i < 300; ++i) {
+    a.recv(neighbour(id(i), 120), 1);
+    a.recv(neighbour(id(i), 120, "other"), 2);
+  }
+  ASSERT_EQ((V{gLldpInfo.statsRemTablesInserts, gLldpInfo.memCurRems}), (V{600, 600}));
+  const std::vector<Msap*> port1 = neighbours(a.port(1));
+
+  // Refreshes hit the stored records and leave the list as it was.
+  for (int i = 0; i < 300; ++i) a.recv(neighbour(id(i), 110), 1);
+  EXPECT_EQ(neighbours(a.port(1)), port1);
+  EXPECT_EQ(port1.back()->rxInfoTTL, 110);
+  EXPECT_EQ(gLldpInfo.statsRemTablesInserts, 600u);
+
+  // Changes on port 2 replace port 2's records only.
+  for (int i = 0; i < 300; i += 2) a.recv(neighbour(id(i), 120, "v2"), 2);
+  auto ns2 = neighbours(a.port(2));
+  ASSERT_EQ(ns2.size(), 300u);
+  EXPECT_EQ(text(ns2[0]->chassId, ns2[0]->chassIdLen) + text(ns2[0]->sysName, ns2[0]->sysNameLen), "n298v2");
+  EXPECT_EQ(text(ns2[150]->sysName, ns2[150]->sysNameLen), "other");
+  EXPECT_EQ(neighbours(a.port(1)), port1);
+  EXPECT_EQ((V{gLldpInfo.statsRemTablesInserts, gLldpInfo.statsRemTablesDeletes}), (V{600, 0}));
+
+  // Shutdowns empty port 1 down to ten; the rest are still found, the gone ones not.
+  for (int i = 10; i < 300; ++i) a.recv(Frame().head(id(i), "p1", 0).end(), 1);
+  EXPECT_EQ((V{a.port(1)->remSysTotal, gLldpInfo.statsRemTablesDeletes}), (V{10, 290}));
+  for (int i = 0; i < 10; ++i) a.recv(neighbour(id(i), 100), 1);
+  a.recv(Frame().head(id(20), "p1", 0).end(), 1);
+  for (int i = 0; i < 300; ++i) a.recv(neighbour(id(i), 120, i % 2 ? "other" : "v2"), 2);
+  EXPECT_EQ((V{gLldpInfo.statsRemTablesInserts, gLldpInfo.statsRemTablesDeletes, gLldpInfo.memCurRems}),
+            (V{600, 290, 310}));
+  EXPECT_EQ(neighbours(a.port(1)).back()->rxInfoTTL, 100);
+}
+
 TEST(RxTimers, TwoNeighboursAgeOutInTheSameSecond) {
   Agent a;
   a.recv(neighbour("A", 3));

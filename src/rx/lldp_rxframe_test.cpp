@@ -274,7 +274,7 @@ TEST(RxDecode, OrganizationalFamilies) {
   EXPECT_EQ(m->dot3CapEnabled[0], 0xF0);
   EXPECT_EQ(m->medPolicy[0].unknown, 1);
   EXPECT_TRUE(sim::hasLine("unknown policy field 9 received on port ge1 \r\n"));
-  EXPECT_EQ(text(m->medLocation[1].data, m->medLocation[1].len), "civ");
+  EXPECT_EQ(text(lldpRemMedLocation(m, 2).data, lldpRemMedLocation(m, 2).len), "civ");
   EXPECT_TRUE(sim::hasLine("unknown location type received on port ge1 \r\n"));
   EXPECT_EQ(m->medPowerPriority, 3) << "MED power after 802.3 power overwrites the shared priority";
   EXPECT_EQ(m->medInventory[LLDP_INV_ASSETID].len, LLDP_MED_INV_MAX);

@@ -256,15 +256,16 @@ uint8_t lldpRxMedTlv(LldpRxCtx& c, const uint8_t* v, uint16_t len) {
       }
       const uint32_t n = len - 5u;
       auto* data = static_cast<uint8_t*>(silMalloc(n));
-      if (data == nullptr) {
+      LldpRemLocation* loc = data != nullptr ? lldpRemMedLocationSlot(m, format) : nullptr;
+      if (loc == nullptr) {
+        silFree(data);
         RXTRACE("unable to allocate memory for LLDP-MED location for frame received on port %s \r\n", c.ifName());
         return RX_FRAME_NO_RESOURCE;
       }
       std::memcpy(data, v + 5, n);
-      LldpRemLocation& loc = m->medLocation[format - 1];
-      silFree(loc.data);
-      loc.data = data;
-      loc.len = static_cast<uint16_t>(n);
+      silFree(loc->data);
+      loc->data = data;
+      loc->len = static_cast<uint16_t>(n);
       lldpMapSet(m->medCapEnabled, 2);
       return RX_FRAME_OK;
     }
@@ -337,8 +338,8 @@ uint8_t lldpRxPrivTlv(LldpRxCtx& c, const uint8_t* v, uint16_t len) {
         RXTRACE("LLDP-ZOR inventory(subtype:%d) TLV has invalid length '%d' received on port %s\r\n",
                 subtype, len, c.ifName());
     }
-    LldpRemString& s = subtype == 2 ? m->priSysOid : m->priInventory[subtype - 3];
-    if (!setString(s, v, len, 4, 0xFFFF)) {
+    LldpRemString* s = lldpRemPriStringSlot(m, subtype == 2 ? LLDP_INV_COUNT : subtype - 3);
+    if (s == nullptr || !setString(*s, v, len, 4, 0xFFFF)) {
       RXTRACE("unable to allocate %u memory for LLDP-ZOR inventory for frame received on port %s\r\n",
               static_cast<unsigned>(len - 3u), c.ifName());
       return RX_FRAME_NO_RESOURCE;

@@ -422,15 +422,17 @@ class MsapReader {
       p.reserved = r_.u8();
       p.vid = r_.u16();
     }
-    for (LldpRemLocation& loc : m_->medLocation) {
+    for (int f = 1; f <= LLDP_MED_LOCATION_FORMATS; ++f) {
       r_.u16();  // the format and a spare octet; the entry's place says the format
       const uint16_t len = r_.u16();
       const uint8_t* data = r_.bytes(len);
       if (r_.bad()) return truncated();
       if (len == 0) continue;
-      loc.data = dupBytes(data, len);
-      if (loc.data == nullptr) return noMemory("unable to allocate memory for medLocation\treceived on  port %s \r\n");
-      loc.len = len;
+      LldpRemLocation* loc = lldpRemMedLocationSlot(m_, f);
+      if (loc != nullptr) loc->data = dupBytes(data, len);
+      if (loc == nullptr || loc->data == nullptr)
+        return noMemory("unable to allocate memory for medLocation\treceived on  port %s \r\n");
+      loc->len = len;
     }
     m_->medDevType = r_.u8();
     SYNCTRACE("port[%s] sync:medDevType:%d, offset:%d.\r\n", port_, m_->medDevType, static_cast<int>(r_.off()));
@@ -487,10 +489,10 @@ class MsapReader {
       const uint8_t* p = r_.bytes(lens[i]);
       if (r_.bad()) return truncated();
       if (lens[i] == 0) continue;
-      LldpRemString& s = i < LLDP_INV_COUNT ? m_->priInventory[i] : m_->priSysOid;
-      s.data = dupString(p, lens[i]);
-      if (s.data == nullptr) return noMemory(kFailLines[i]);
-      s.len = lens[i];
+      LldpRemString* s = lldpRemPriStringSlot(m_, i);
+      if (s != nullptr) s->data = dupString(p, lens[i]);
+      if (s == nullptr || s->data == nullptr) return noMemory(kFailLines[i]);
+      s->len = lens[i];
     }
     return true;
   }

@@ -167,8 +167,8 @@ void writeMed(SyncWriter& w, const Msap* m) {
     w.u8(p.reserved);
     w.u16(p.vid);
   }
-  for (uint32_t i = 0; i < 3; ++i) {
-    const LldpRemLocation& loc = m->medLocation[i];
+  for (uint32_t i = 0; i < LLDP_MED_LOCATION_FORMATS; ++i) {
+    const LldpRemLocation& loc = lldpRemMedLocation(m, static_cast<int>(i + 1));
     const uint16_t len = loc.data != nullptr ? loc.len : 0;
     w.u8(i + 1);  // the location format
     w.u8(0);
@@ -189,8 +189,8 @@ void writePriv(SyncWriter& w, const Msap* m) {
   w.bytes(m->priCapSupported, 2);
   w.bytes(m->priCapEnabled, 2);
   const LldpRemString* s[8];
-  for (int i = 0; i < LLDP_INV_COUNT; ++i) s[i] = &m->priInventory[i];
-  s[7] = &m->priSysOid;
+  for (int i = 0; i < LLDP_INV_COUNT; ++i) s[i] = &lldpRemPriInventory(m, i);
+  s[7] = &lldpRemPriSysOid(m);
   for (const LldpRemString* p : s) w.u16(p->data != nullptr ? p->len : 0);
   for (const LldpRemString* p : s)
     if (p->data != nullptr) w.bytes(p->data, p->len);

@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fstream>
+#include <mutex>
 #include <string>
 
 #include <arpa/inet.h>
@@ -160,7 +162,7 @@ struct Addr {
   uint8_t bytes[16];
 };
 
-std::vector<Addr> hostAddresses() {
+std::vector<Addr> readHostAddresses() {
   std::vector<Addr> out;
   ifaddrs* list = nullptr;
   if (getifaddrs(&list) != 0) return out;
@@ -192,6 +194,29 @@ std::vector<Addr> hostAddresses() {
   std::stable_sort(out.begin(), out.end(),
                    [](const Addr& a, const Addr& b) { return a.ifindex < b.ifindex; });
   return out;
+}
+
+// The host's addresses, read again at most every kHostAddrMs. Building the
+// frames of many ports asks for them once per port and address family, and
+// every read is a netlink dump of each interface and address of the host:
+// with 256 ports whose frames fall due in the same second, reading them
+// each time held the agent off its receive ring long enough to lose frames.
+constexpr int64_t kHostAddrMs = 1000;
+std::vector<Addr> hostAddresses() {
+  static std::mutex lock;
+  static std::vector<Addr> cached;
+  static int64_t readAt = 0;
+  static bool read = false;
+  timespec t{};
+  ::clock_gettime(CLOCK_MONOTONIC, &t);
+  const int64_t now = int64_t{t.tv_sec} * 1000 + t.tv_nsec / 1000000;
+  std::lock_guard<std::mutex> g(lock);
+  if (!read || now - readAt >= kHostAddrMs) {
+    cached = readHostAddresses();
+    readAt = now;
+    read = true;
+  }
+  return cached;
 }
 
 bool configuredMgmtAddr(uint8_t family, Addr* out) {
@@ -259,6 +284,32 @@ uint16_t gRegisteredEtherType = 0x88CC;
 }  // namespace
 
 int zorIfGetApi(uint32_t unit, uint32_t objId, void* out) {
+  // The TPID (asked twice for every frame received), the PVID and the VLAN
+  // filter of a tagged one come from the options: they need the link to be
+  // there, not a copy of its record, and the options only when they change.
+  switch (objId) {
+    case 159:
+    case 162:
+    case 211: {
+      if (!lnx::linkLive(unit)) return -1;
+      static std::atomic<uint64_t> pvid{0}, tpid{0}, filter{0};
+      if (objId == 159)
+        return putInt(out, lnx::optCached(&pvid, [] {
+                        return static_cast<uint32_t>(lnx::optLong("host.pvid", 1));
+                      }));
+      if (objId == 162)
+        return putInt(out, lnx::optCached(&tpid, [] {
+                        return static_cast<uint32_t>(lnx::optLong("host.tpid", 0x8100));
+                      }));
+      // Tagged LLDPDUs are held against the PVID unless switched off.
+      return lnx::optCached(&filter, [] { return lnx::optBool("host.vlanfilter", true) ? 1u : 0u; }) ? 0
+                                                                                                   : -1;
+    }
+    case 210:  // the VID is taken as it is
+      return lnx::linkLive(unit) ? 0 : -1;
+    default:
+      break;
+  }
   lnx::Link l;
   const bool known = lnx::linkGet(unit, &l);
   if (objId == 13) return putInt(out, known && l.isPort && !l.gone ? 0 : 1);
@@ -312,14 +363,6 @@ int zorIfGetApi(uint32_t unit, uint32_t objId, void* out) {
       const uint8_t b[2] = {static_cast<uint8_t>(bits >> 8), static_cast<uint8_t>(bits)};
       return putOctets(out, b, 2);
     }
-    case 159:
-      return putInt(out, static_cast<uint32_t>(lnx::optLong("host.pvid", 1)));
-    case 162:
-      return putInt(out, static_cast<uint32_t>(lnx::optLong("host.tpid", 0x8100)));
-    case 210:  // the VID is taken as it is
-      return 0;
-    case 211:  // tagged LLDPDUs are held against the PVID unless switched off
-      return lnx::optBool("host.vlanfilter", true) ? 0 : -1;
     case 235: {
       lnx::Link m;
       const bool inAgg = l.master && lnx::linkGet(lnx::unitOfIfindex(l.master), &m) &&
@@ -374,9 +417,17 @@ int zorScalarGetApi(uint32_t /*unit*/, uint32_t objId, void* out) {
       return s.empty() ? -1 : putString(out, s);
     }
     case 39: {
-      uint8_t oui[3];
-      // Default: a company ID with the locally-assigned bit, not an IEEE OUI.
-      if (!parseMac(lnx::optString("host.privateoui", "0a:00:5a"), oui, 3)) return -1;
+      // Asked for every frame received. Default: a company ID with the
+      // locally-assigned bit, not an IEEE OUI. Bit 24 says the option parsed.
+      static std::atomic<uint64_t> cell{0};
+      const uint32_t v = lnx::optCached(&cell, [] {
+        uint8_t o[3];
+        if (!parseMac(lnx::optString("host.privateoui", "0a:00:5a"), o, 3)) return 0u;
+        return 1u << 24 | uint32_t{o[0]} << 16 | uint32_t{o[1]} << 8 | o[2];
+      });
+      if (!(v >> 24)) return -1;
+      const uint8_t oui[3] = {static_cast<uint8_t>(v >> 16), static_cast<uint8_t>(v >> 8),
+                              static_cast<uint8_t>(v)};
       return putOctets(out, oui, 3);
     }
     case 49: { auto s = inventory("host.serial", "product_serial"); return s.empty() ? -1 : putString(out, s); }

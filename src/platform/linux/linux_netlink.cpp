@@ -135,6 +135,12 @@ bool linkGet(uint32_t unit, Link* out) {
   return true;
 }
 
+bool linkLive(uint32_t unit) {
+  std::lock_guard<std::mutex> g(gLinkLock);
+  auto it = gLinks.find(unit);
+  return it != gLinks.end() && !it->second.gone;
+}
+
 std::vector<Link> linkAll() {
   std::lock_guard<std::mutex> g(gLinkLock);
   std::vector<Link> v;

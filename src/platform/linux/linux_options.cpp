@@ -5,6 +5,7 @@
 // (SIGHUP), when only the options that can change at run time take their new
 // values; silOptRead answers from memory. An unknown key is a warning (a typo
 // must not pass silently), a line that is not `key = value` is fatal.
+#include <atomic>
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -37,6 +38,11 @@ using OptMap = std::map<std::string, std::string>;
 // agent's tasks read them, so every access takes the lock.
 std::mutex gStoreLock;
 OptMap gStore;
+// Counts the changes of the store, so that a value computed from options can
+// be kept until they change (optCached). Starts at 1: a cache cell of 0 is
+// never current.
+std::atomic<uint64_t> gGeneration{1};
+void changed() { gGeneration.fetch_add(1, std::memory_order_acq_rel); }
 // What the command line set (-d, -s): it wins over the file, also on reload.
 OptMap gOverrides;
 
@@ -219,6 +225,7 @@ bool optLoadFile(const std::string& path, OptError* err) {
   std::lock_guard<std::mutex> g(gStoreLock);
   for (auto& [k, v] : m) gStore[k] = v;
   gConfPath = path;
+  changed();
   return true;
 }
 
@@ -257,6 +264,7 @@ bool optReload(std::vector<OptChange>* changes, OptError* err) {
     if (c.hasAfter) gStore[c.key] = c.after;
     else gStore.erase(c.key);
   }
+  changed();
   return true;
 }
 
@@ -265,11 +273,15 @@ const std::string& optFilePath() { return gConfPath; }
 void optSet(const std::string& key, const std::string& value) {
   std::lock_guard<std::mutex> g(gStoreLock);
   gStore[key] = value;
+  changed();
 }
 void optClear() {
   std::lock_guard<std::mutex> g(gStoreLock);
   gStore.clear();
+  changed();
 }
+
+uint64_t optGeneration() { return gGeneration.load(std::memory_order_acquire); }
 
 bool optGet(const std::string& key, std::string* value) {
   std::lock_guard<std::mutex> g(gStoreLock);

@@ -7,6 +7,7 @@
 // accessors below take it themselves and hand out copies.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -62,6 +63,22 @@ std::string optString(const std::string& key, const std::string& dflt);
 long optLong(const std::string& key, long dflt);
 bool optBool(const std::string& key, bool dflt);
 bool optKnownKey(const std::string& key);
+// Changes whenever the store does (load, reload, set, clear).
+uint64_t optGeneration();
+// A 32-bit value computed from the options, computed again only after they
+// change: what the receive path asks for every frame (the stack unit, the
+// private OUI) costs an atomic load instead of a look-up and a parse. The
+// generation and the value share one word, so a reader never pairs a value
+// with the wrong generation.
+template <typename Compute>
+uint32_t optCached(std::atomic<uint64_t>* cell, Compute compute) {
+  const uint64_t gen = optGeneration() & 0xFFFFFFFFu;
+  const uint64_t c = cell->load(std::memory_order_acquire);
+  if ((c >> 32) == gen) return static_cast<uint32_t>(c);
+  const uint32_t v = compute();
+  cell->store(gen << 32 | v, std::memory_order_release);
+  return v;
+}
 
 // ---- Link table --------------------------------------------------------------
 // One entry per Linux interface of the agent's namespace (ports and others),
@@ -89,6 +106,8 @@ bool linkIsPortCandidate(const Link& l);
 bool linkOperUp(const Link& l);
 
 bool linkGet(uint32_t unit, Link* out);
+// Whether the unit has a link that is not gone, without copying its record.
+bool linkLive(uint32_t unit);
 std::vector<Link> linkAll();
 // Replaces an entry (the netlink thread, the stack and tests); a link without
 // a unit gets the unit of its ifindex.
@@ -263,6 +282,11 @@ std::vector<CmdRequest> stackRequests(uintptr_t index, uint32_t cmdId, const Zor
 // Waits (up to 5 s) until every queued command has been delivered.
 void stackDrain();
 
+// Tells the service manager the process's state ("READY=1", "STOPPING=1",
+// ...): one datagram to the socket NOTIFY_SOCKET names (a path, or an
+// abstract name written with a leading '@'). True when it was sent; nothing
+// is sent, and false returned, without NOTIFY_SOCKET.
+bool notifyServiceManager(const std::string& state);
 // ---- Process (linux_proc.cpp) ------------------------------------------------
 // Names the calling thread after an agent task: "lldpagent:" and the task's
 // name without its "lldp" and "task" ends ("lldptask" -> "lldpagent:task",

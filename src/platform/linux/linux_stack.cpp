@@ -386,8 +386,12 @@ void stackThread() {
 }  // namespace
 
 uint32_t stackUnitSelf() {
-  const long n = optLong("host.stackunit", 0);
-  return n >= 1 && n <= static_cast<long>(kStackUnitMax) ? static_cast<uint32_t>(n) : 0;
+  // Asked for every frame received (its port's unit).
+  static std::atomic<uint64_t> cell{0};
+  return optCached(&cell, [] {
+    const long n = optLong("host.stackunit", 0);
+    return n >= 1 && n <= static_cast<long>(kStackUnitMax) ? static_cast<uint32_t>(n) : 0u;
+  });
 }
 
 uint32_t unitOfIfindex(uint32_t ifindex) {
@@ -406,7 +410,10 @@ uint32_t ifindexOfUnit(uint32_t unit) {
   return (unit >> 16) == self ? (unit & 0xFFFFu) : 0;
 }
 
-bool stackHasPeers() { return !peers().empty(); }
+bool stackHasPeers() {
+  static std::atomic<uint64_t> cell{0};
+  return optCached(&cell, [] { return peers().empty() ? 0u : 1u; }) != 0;
+}
 
 uint64_t stackDropped() {
   Queue& q = queue();

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -208,6 +209,40 @@ TEST_F(LinuxPlatform, ThreadsAreNamedAfterTheProgramAndTheirTask) {
                                    P{"link", "lldpagent:link"}, P{"stack", "lldpagent:stack"},
                                    P{"lldpsomethinglong", "lldpagent:somet"}, P{"", "lldpagent:task"}})
     EXPECT_EQ(lnx::threadName(task), want) << task;
+}
+
+// The service manager's notifications reach a socket named by a path or by
+// an abstract name ('@'), one datagram each; without NOTIFY_SOCKET nothing goes.
+TEST_F(LinuxPlatform, ServiceManagerNotificationsAreOneDatagramEach) {
+  const std::string path = "/tmp/lldp-notify-" + std::to_string(::getpid());
+  const std::string abstract = "@lldp-notify-" + std::to_string(::getpid());
+  for (const std::string& name : {path, abstract}) {
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(fd, 0);
+    sockaddr_un a{};
+    a.sun_family = AF_UNIX;
+    std::memcpy(a.sun_path, name.data(), name.size());
+    if (name[0] == '@') a.sun_path[0] = '\0';
+    ::unlink(path.c_str());
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&a),
+                     static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size())),
+              0)
+        << name;
+    ::setenv("NOTIFY_SOCKET", name.c_str(), 1);
+    EXPECT_TRUE(lnx::notifyServiceManager("READY=1\nSTATUS=2 ports"));
+    EXPECT_TRUE(lnx::notifyServiceManager("STOPPING=1"));
+    char buf[64];
+    std::vector<std::string> got;
+    ssize_t n;
+    while ((n = ::recv(fd, buf, sizeof buf, MSG_DONTWAIT)) > 0) got.emplace_back(buf, static_cast<size_t>(n));
+    EXPECT_EQ(got, (std::vector<std::string>{"READY=1\nSTATUS=2 ports", "STOPPING=1"})) << name;
+    ::close(fd);
+  }
+  ::unlink(path.c_str());
+  ::setenv("NOTIFY_SOCKET", "relative/name", 1);
+  EXPECT_FALSE(lnx::notifyServiceManager("READY=1"));
+  ::unsetenv("NOTIFY_SOCKET");
+  EXPECT_FALSE(lnx::notifyServiceManager("READY=1"));
 }
 
 TEST_F(LinuxPlatform, OptionReadIsBoundedByTheCallersLength) {
